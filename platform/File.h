@@ -1,0 +1,30 @@
+// A file of the file manager: sequential read and write, absolute seek, and a read-only view
+// of the whole file for the tokenizer. Failures leave their text behind error().
+#ifndef TARN_PLATFORM_FILE_H
+#define TARN_PLATFORM_FILE_H
+
+#include <cstdint>
+
+#include "foundation/String.h"
+
+class File {
+public:
+    virtual ~File() {}
+
+    // Size of the file in bytes, or -1 when it cannot be told.
+    virtual int64_t Length() = 0;
+    // Read-only view of 'length' bytes from 'offset'. A readable zero byte always stands just
+    // past the end of the view (the tokenizer relies on it). Null on failure.
+    virtual const char* Map(int64_t offset, int64_t length) = 0;
+    // Ends the view made by Map; harmless when there is none.
+    virtual void Release() = 0;
+    // Bytes read (0 at the end of the file), or -1 on failure.
+    virtual int Read(void* bytes, int count) = 0;
+    // Bytes written, or a negative value on failure.
+    virtual int Write(const void* bytes, int count) = 0;
+    // The resulting offset, or -1 on failure.
+    virtual int64_t Seek(int64_t offset) = 0;
+    virtual const String& error() = 0;
+};
+
+#endif
