@@ -1,0 +1,300 @@
+// The owned byte string: 24-byte growth steps, the cautious one-byte append, whole-remainder
+// matching, substrings and splitting.
+#include "foundation/String.h"
+
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::string text(const String& s) {
+    return std::string(s.c_str(), s.length());
+}
+
+}  // namespace
+
+TEST(String, CapacityGrowsToTheNextMultipleOf24) {
+    const struct {
+        int length;
+        int capacity;
+    } rows[] = {{1, 24}, {23, 24}, {24, 48}, {47, 48}, {48, 72}, {71, 72}, {72, 96}};
+    for (const auto& row : rows) {
+        std::string bytes(row.length, 'x');
+        String s(bytes.c_str(), row.length);
+        EXPECT_EQ(s.capacity(), row.capacity) << "length " << row.length;
+        EXPECT_EQ(s.c_str()[row.length], 0);
+    }
+}
+
+TEST(String, DefaultIsNeverAllocatedAndCopyOfItIs) {
+    String s;
+    EXPECT_EQ(s.buffer(), nullptr);
+    EXPECT_EQ(s.capacity(), 0);
+    EXPECT_STREQ(s.c_str(), "");
+    String copy(s);
+    ASSERT_NE(copy.buffer(), nullptr);
+    EXPECT_EQ(copy.capacity(), 24);
+    EXPECT_EQ(copy.length(), 0);
+}
+
+TEST(String, AssignReusesRoomAndCatGrowsOnlyWhenFull) {
+    String s;
+    s.cat("ab", -1);
+    EXPECT_EQ(s.capacity(), 24);
+    EXPECT_EQ(s.length(), 2);
+    s.assign("0123456789012345678901", -1);  // 22 bytes still fit in 24
+    EXPECT_EQ(s.capacity(), 24);
+    s.cat("x", 1);  // 23 + NUL fills 24 exactly
+    EXPECT_EQ(s.capacity(), 24);
+    s.cat("y", 1);
+    EXPECT_EQ(s.capacity(), 48);
+    EXPECT_EQ(text(s), "0123456789012345678901xy");
+    s.assign("short", -1);
+    EXPECT_EQ(s.capacity(), 48);
+}
+
+TEST(String, CatCharIsOneByteMoreCautious) {
+    String s(std::string(21, 'a').c_str(), -1);
+    s.cat('x');
+    EXPECT_EQ(s.capacity(), 24);
+    EXPECT_EQ(s.length(), 22);
+    s.cat('y');
+    EXPECT_EQ(s.capacity(), 48);
+    EXPECT_EQ(text(s), std::string(21, 'a') + "xy");
+    String empty;
+    empty.cat('z');
+    EXPECT_EQ(empty.capacity(), 24);
+    EXPECT_EQ(text(empty), "z");
+}
+
+TEST(String, CatOfItsOwnBytes) {
+    String s("abcdefghijklmnopqrstuvw", -1);
+    s.cat(s.buffer(), s.length());
+    EXPECT_EQ(text(s), "abcdefghijklmnopqrstuvwabcdefghijklmnopqrstuvw");
+    s.assign(s.buffer() + 3, 4);
+    EXPECT_EQ(text(s), "defg");
+}
+
+TEST(String, PrependBuildsANewBuffer) {
+    String s("world", -1);
+    s.prepend("hello ", -1);
+    EXPECT_EQ(text(s), "hello world");
+    EXPECT_EQ(s.capacity(), 24);
+    s.prepend('\0');
+    EXPECT_EQ(text(s), "hello world");
+    s.prepend(std::string(12, '-').c_str(), 12);  // 23 bytes: the same 24 still fit
+    EXPECT_EQ(s.capacity(), 24);
+    s.prepend('-');
+    EXPECT_EQ(s.length(), 24);
+    EXPECT_EQ(s.capacity(), 48);
+}
+
+TEST(String, AssignNocopyAdoptsOrCopies) {
+    char* roomy = new char[10];
+    std::memcpy(roomy, "abc", 3);
+    String s(roomy, 3, 10);
+    EXPECT_EQ(s.buffer(), roomy);
+    EXPECT_EQ(s.capacity(), 10);
+    char* full = new char[3];
+    std::memcpy(full, "xyz", 3);
+    s.assign_nocopy(full, 3, 3);
+    EXPECT_NE(s.buffer(), full);
+    EXPECT_EQ(s.capacity(), 24);
+    EXPECT_EQ(text(s), "xyz");
+    int length = 0, capacity = 0;
+    char* released = s.release(&length, &capacity);
+    EXPECT_EQ(length, 3);
+    EXPECT_EQ(capacity, 24);
+    EXPECT_EQ(s.buffer(), nullptr);
+    delete[] released;
+}
+
+TEST(String, ChopAndTruncateOnlyLowerTheLength) {
+    String s("hello", -1);
+    EXPECT_EQ(s.chop(3), 2);
+    EXPECT_EQ(s.length(), 2);
+    EXPECT_EQ(s.c_str()[2], 'l');  // no NUL written at the new end
+    String t("hello", -1);
+    EXPECT_EQ(t.chop(9), -4);
+    EXPECT_EQ(t.length(), 5);
+    t.truncate(10);
+    EXPECT_EQ(t.length(), 5);
+    t.truncate(1);
+    EXPECT_EQ(text(t), "h");
+}
+
+TEST(String, Searches) {
+    String hello("hello", -1);
+    EXPECT_EQ(hello.search("l", 0), 2);
+    EXPECT_EQ(hello.search("l", 3), 3);
+    EXPECT_EQ(hello.search("l", 5), -1);
+    EXPECT_EQ(hello.search("", 0), -1);
+    EXPECT_EQ(hello.search("hello!", 0), -1);
+    EXPECT_EQ(hello.search("lo", 0), 3);
+    EXPECT_EQ(hello.index("llo"), 2);
+    EXPECT_TRUE(hello.contains('o', 4));
+    EXPECT_FALSE(hello.contains('h', 1));
+    EXPECT_FALSE(hello.contains('h', 5));
+    EXPECT_EQ(String("aaaa", -1).freq("aa"), 3);
+    EXPECT_EQ(String().search("a", 0), -1);
+    EXPECT_EQ(hello.search(nullptr, 0), -1);
+}
+
+TEST(String, MatchesTestsTheWholeRemainder) {
+    String hello("hello", -1);
+    const struct {
+        const char* s;
+        int pos;
+        bool expected;
+    } rows[] = {{"LO", 3, true}, {"L", 3, false}, {"hello", 0, true}, {"HELLo", 0, true},
+                {"", 5, true},   {"", 4, false},  {"lol", 3, false},  {"o", 4, true}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(hello.matches(row.s, row.pos), row.expected) << row.s << " at " << row.pos;
+    }
+    EXPECT_TRUE(hello.matches('\0', 5));
+    EXPECT_TRUE(hello.matches('e', 1));
+    EXPECT_FALSE(hello.matches('e', 6));
+    EXPECT_TRUE(String().matches('\0', 0));
+}
+
+TEST(String, Substrings) {
+    String hello("hello", -1);
+    const struct {
+        String result;
+        const char* expected;
+    } rows[] = {
+        {hello.at(1, 3), "el"},
+        {hello.at(1, 99), "ello"},
+        {hello.at(5, 9), ""},
+        {hello.from(2), "llo"},
+        {hello.after(2), "lo"},
+        {hello.after(4), ""},
+        {hello.before(2), "he"},
+        {hello.before(99), "hello"},
+        {hello.before(-1), ""},
+        {hello.after("l", 0), "lo"},
+        {hello.from("l", 0), "llo"},
+        {hello.before("z"), "hello"},
+        {hello.before("ll"), "he"},
+        {hello.after("z", 0), ""},
+        {hello.upper(), "HELLO"},
+        {String("MiXeD", -1).lower(), "mixed"},
+        {hello.padr(7, '.'), "hello.."},
+        {hello.padl(7, '.'), "..hello"},
+        {hello.padl(3, '.'), "hello"},
+        {String("", -1).from("a", 0), ""},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(text(row.result), row.expected);
+    }
+    EXPECT_EQ(hello.before(-1).buffer(), nullptr);
+    EXPECT_NE(hello.at(9, 10).buffer(), nullptr);
+}
+
+TEST(String, WhitespaceIsSpaceTabLineFeedAndReturnOnly) {
+    const struct {
+        const char* input;
+        const char* stripped;
+        const char* compressed;
+        const char* left_trimmed;
+    } rows[] = {
+        {" \t a b \r\n", "a b", " a b ", "a b \r\n"},
+        {"a \t  b", "a \t  b", "a b", "a \t  b"},
+        {"\va\f", "\va\f", "\va\f", "\va\f"},
+        {"   ", "", " ", ""},
+        {"", "", "", ""},
+    };
+    for (const auto& row : rows) {
+        String strip(row.input, -1), compress(row.input, -1), left(row.input, -1);
+        strip.StripWhitespace();
+        compress.CompressWhitespace();
+        left.ltrim();
+        EXPECT_EQ(text(strip), row.stripped) << '"' << row.input << '"';
+        EXPECT_EQ(text(compress), row.compressed) << '"' << row.input << '"';
+        EXPECT_EQ(text(left), row.left_trimmed) << '"' << row.input << '"';
+    }
+    String never;
+    never.StripWhitespace();
+    never.upcase();
+    EXPECT_EQ(never.buffer(), nullptr);
+}
+
+TEST(String, Gsub) {
+    const struct {
+        const char* input;
+        const char* pattern;
+        const char* replacement;
+        const char* expected;
+    } rows[] = {
+        {"hello", "l", "L", "heLLo"},
+        {"hello", "z", "y", "hello"},
+        {"hello", "l", nullptr, "heo"},
+        {"aaa", "a", "aa", "aaaaaa"},
+        {"lll", "l", "", ""},
+        {"hello", "", "x", "hello"},
+        {"a.b.c", ".", "::", "a::b::c"},
+    };
+    for (const auto& row : rows) {
+        String s(row.input, -1);
+        s.gsub(row.pattern, row.replacement);
+        EXPECT_EQ(text(s), row.expected) << row.input << " / " << row.pattern;
+    }
+}
+
+TEST(String, Split) {
+    const struct {
+        const char* input;
+        int max;
+        const char* sep;
+        int count;
+        const char* pieces[4];
+    } rows[] = {
+        {"a,b,", 5, ",", 2, {"a", "b", ""}},
+        {"a,,b", 5, ",", 3, {"a", "", "b"}},
+        {"a,b,c", 2, ",", 2, {"a", "b"}},
+        {"abc", 5, ",", 1, {"abc"}},
+        {"a::b", 5, "::", 2, {"a", "b"}},
+        {"abc", 5, "", 1, {"abc"}},
+        {"abc", 0, ",", 0, {}},
+        {"", 5, ",", 0, {""}},
+    };
+    for (const auto& row : rows) {
+        String out[5];
+        EXPECT_EQ(split(String(row.input, -1), out, row.max, row.sep), row.count) << row.input;
+        for (int i = 0; i < 4 && row.pieces[i] != nullptr; i++) {
+            EXPECT_EQ(text(out[i]), row.pieces[i]) << row.input << " piece " << i;
+        }
+    }
+    String untouched[1];
+    EXPECT_EQ(split(String(), untouched, 1, ""), 1);
+    EXPECT_EQ(untouched[0].buffer(), nullptr);
+}
+
+TEST(String, Base64RoundTrip) {
+    String s("any carnal pleas", -1);
+    String encoded = s.Base64_Encode();
+    EXPECT_EQ(text(encoded), "YW55IGNhcm5hbCBwbGVhcw==");
+    EXPECT_EQ(encoded.capacity(), (16 / 3) * 4 + 5);
+    EXPECT_EQ(text(encoded.Base64_Decode()), "any carnal pleas");
+    EXPECT_EQ(String().Base64_Encode().length(), 0);
+}
+
+TEST(String, BadInputDoesNotCrash) {
+    String s("abc", -1);
+    s.cat(nullptr, -1);
+    s.cat(nullptr, 5);
+    s.prepend(nullptr, -1);
+    s.assign(nullptr, 7);
+    EXPECT_EQ(s.length(), 0);
+    s.assign("abc", -5);
+    EXPECT_EQ(s.length(), 0);
+    EXPECT_EQ(s.chop(-2), 2);
+    EXPECT_EQ(s.length(), 0);
+    EXPECT_FALSE(s.matches("a", -3));
+    EXPECT_EQ(text(String("abc", -1).at(-4, 2)), "ab");
+    char* copy = tarn_strdup("tarn");
+    EXPECT_STREQ(copy, "tarn");
+    delete[] copy;
+}
