@@ -1,0 +1,137 @@
+// The mnemonic table walked row by row through the real hash, and words that must be rejected.
+#include "assembler/OpcodeLookup.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <set>
+#include <string>
+
+namespace {
+
+// The size bits a code must carry for an operand of 'kind' in the first or second place.
+unsigned SizeBitsFor(int kind, bool second) {
+    if (kind == OPERAND_NONE) return 0;
+    if (kind == OPERAND_NUMBER) return second ? OPCODE_SECOND_QWORD : OPCODE_FIRST_QWORD;
+    return second ? OPCODE_SECOND_DWORD : OPCODE_FIRST_DWORD;
+}
+
+}  // namespace
+
+TEST(OpcodeLookup, EveryMnemonicIsFoundAtItsOwnSlot) {
+    OpcodeLookup lookup;
+    std::set<std::string> names;
+    for (int slot = 0; slot <= OpcodeLookup::LAST_SLOT; ++slot) {
+        const OpcodeEntry& entry = OpcodeLookup::opcodes[slot];
+        ASSERT_NE(entry.name, nullptr) << "slot " << slot;
+        EXPECT_EQ(entry.name_length, std::strlen(entry.name)) << entry.name;
+        EXPECT_TRUE(names.insert(entry.name).second) << "mnemonic twice: " << entry.name;
+        EXPECT_EQ(lookup.Lookup(entry.name, -1), &entry) << entry.name << " at slot " << slot;
+        EXPECT_EQ(lookup.Lookup(entry.name, static_cast<int>(entry.name_length)), &entry);
+    }
+    EXPECT_EQ(names.size(), 149u);
+    const OpcodeEntry& empty = OpcodeLookup::opcodes[OpcodeLookup::OPCODE_COUNT - 1];
+    EXPECT_EQ(empty.name, nullptr);
+    EXPECT_EQ(empty.code | empty.operand_count | empty.name_length, 0u);
+}
+
+TEST(OpcodeLookup, SizeBitsAgreeWithOperandKinds) {
+    std::set<unsigned> codes;
+    for (int slot = 0; slot <= OpcodeLookup::LAST_SLOT; ++slot) {
+        const OpcodeEntry& e = OpcodeLookup::opcodes[slot];
+        SCOPED_TRACE(e.name);
+        EXPECT_TRUE(codes.insert(e.code).second) << "code twice";
+        int kinds[2] = {e.operand_kind1, e.operand_kind2};
+        unsigned counted = 0;
+        for (int kind : kinds) {
+            if (kind != OPERAND_NONE) ++counted;
+            EXPECT_TRUE(kind == OPERAND_NONE ||
+                        (kind >= OPERAND_INTEGER && kind <= OPERAND_FUNCTION && kind != 6));
+        }
+        EXPECT_EQ(e.operand_count, counted);
+        // A second operand never comes without a first.
+        EXPECT_FALSE(e.operand_kind1 == OPERAND_NONE && e.operand_kind2 != OPERAND_NONE);
+        unsigned expected =
+            SizeBitsFor(e.operand_kind1, false) | SizeBitsFor(e.operand_kind2, true);
+        EXPECT_EQ(e.code & 0xF000, expected);
+        // Bits 10-11 are never used; bits 8-9 name the group.
+        EXPECT_EQ(e.code & 0x0C00, 0u);
+    }
+}
+
+TEST(OpcodeLookup, KnownRows) {
+    OpcodeLookup lookup;
+    struct Row {
+        const char* name;
+        unsigned code;
+        unsigned count;
+        int kind1;
+        int kind2;
+    } rows[] = {
+        {"noop", 0x0000, 0, OPERAND_NONE, OPERAND_NONE},
+        {"pushf", 0x8003, 1, OPERAND_NUMBER, OPERAND_NONE},
+        {"pushl", 0x4006, 1, OPERAND_LOCAL, OPERAND_NONE},
+        {"jmp_eq", 0x4026, 1, OPERAND_LABEL, OPERAND_NONE},
+        {"call", 0x403D, 1, OPERAND_FUNCTION, OPERAND_NONE},
+        {"roundf", 0x0025, 0, OPERAND_NONE, OPERAND_NONE},
+        {"jmp", 0x4025, 1, OPERAND_LABEL, OPERAND_NONE},
+        {"httpn", 0x5113, 2, OPERAND_LABEL, OPERAND_INTEGER},
+        {"cmpgi", 0x5302, 2, OPERAND_GLOBAL, OPERAND_INTEGER},
+        {"popdc", 0x5010, 2, OPERAND_STRING, OPERAND_STRING},
+        {"pops", 0x400C, 1, OPERAND_SYSTEM, OPERAND_NONE},
+        {"dbcommand", 0x021A, 0, OPERAND_NONE, OPERAND_NONE},
+    };
+    for (const Row& row : rows) {
+        const OpcodeEntry* e = lookup.Lookup(row.name, -1);
+        ASSERT_NE(e, nullptr) << row.name;
+        EXPECT_EQ(e->code, row.code) << row.name;
+        EXPECT_EQ(e->operand_count, row.count) << row.name;
+        EXPECT_EQ(e->operand_kind1, row.kind1) << row.name;
+        EXPECT_EQ(e->operand_kind2, row.kind2) << row.name;
+    }
+}
+
+TEST(OpcodeLookup, RejectsWordsThatAreNoMnemonics) {
+    OpcodeLookup lookup;
+    const char* words[] = {"jmpeq", "JMP_EQ", "jmp_eq2", "", "Pushc", "pushc ", "jmp_e", "noop_"};
+    for (const char* word : words) {
+        EXPECT_EQ(lookup.Lookup(word, -1), nullptr) << "'" << word << "'";
+    }
+    // The length counts: a prefix of a mnemonic, or its text with a blank inside the length.
+    EXPECT_EQ(lookup.Lookup("pushc ", 6), nullptr);
+    EXPECT_NE(lookup.Lookup("pushc ", 5), nullptr);
+    EXPECT_EQ(lookup.Lookup("pushcx", 4), nullptr);
+    EXPECT_EQ(lookup.Lookup("pushl", 0), nullptr);
+}
+
+TEST(OpcodeLookup, AllShortWordsAreRejectedUnlessInTheTable) {
+    // Every word of one to three lower-case letters or '_' reaches some slot, many of them above
+    // the last; only the table's own names may be found (the sanitizer build also checks that no
+    // lookup reads outside the table).
+    OpcodeLookup lookup;
+    std::set<std::string> names;
+    for (int slot = 0; slot <= OpcodeLookup::LAST_SLOT; ++slot) {
+        names.insert(OpcodeLookup::opcodes[slot].name);
+    }
+    const std::string alphabet = "abcdefghijklmnopqrstuvwxyz_";
+    int found = 0;
+    for (char a : alphabet) {
+        for (char b : std::string("\0", 1) + alphabet) {
+            for (char c : std::string("\0", 1) + alphabet) {
+                std::string word(1, a);
+                if (b != '\0') word += b;
+                if (b != '\0' && c != '\0') word += c;
+                if (b == '\0' && c != '\0') continue;
+                const OpcodeEntry* e = lookup.Lookup(word.data(), static_cast<int>(word.size()));
+                if (e != nullptr) {
+                    ++found;
+                    EXPECT_EQ(names.count(word), 1u) << word;
+                    EXPECT_EQ(std::string(e->name, e->name_length), word);
+                }
+            }
+        }
+    }
+    int short_names = 0;
+    for (const std::string& name : names) short_names += name.size() <= 3 ? 1 : 0;
+    EXPECT_EQ(found, short_names);
+}
