@@ -8,7 +8,7 @@
 #include "foundation/String.h"
 
 class File {
-public:
+  public:
     virtual ~File() {}
 
     // Size of the file in bytes, or -1 when it cannot be told.

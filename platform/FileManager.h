@@ -13,7 +13,7 @@ constexpr int FILE_MODE_CREATE = 4;
 constexpr int FILE_MODE_TRUNCATE = 8;
 
 class FileManager {
-public:
+  public:
     virtual ~FileManager() {}
 
     // An owned file object, or null with the reason behind error().

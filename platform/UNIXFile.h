@@ -1,0 +1,45 @@
+// A file of the UNIX file manager: a POSIX descriptor, and a heap copy of the file as the
+// read-only view that the tokenizer scans.
+#ifndef TARN_PLATFORM_UNIXFILE_H
+#define TARN_PLATFORM_UNIXFILE_H
+
+#include <cstdint>
+
+#include "foundation/String.h"
+#include "platform/File.h"
+
+class UNIXFile : public File {
+  public:
+    // Takes over the open descriptor 'fd'; 'path' and 'flags' let a deactivated file reopen.
+    UNIXFile(int fd, const char* path, int flags);
+    // Ends the view and closes the descriptor.
+    ~UNIXFile() override;
+
+    UNIXFile(const UNIXFile&) = delete;
+    UNIXFile& operator=(const UNIXFile&) = delete;
+
+    int64_t Length() override;
+    const char* Map(int64_t offset, int64_t length) override;
+    void Release() override;
+    int Read(void* bytes, int count) override;
+    int Write(const void* bytes, int count) override;
+    int64_t Seek(int64_t offset) override;
+    const String& error() override { return error_; }
+
+    // Closes the descriptor but keeps the place; the next operation reopens the file there.
+    void Deactivate();
+
+  private:
+    bool Activate();
+    void SystemError();
+
+    int fd_;
+    // Reopen flags: as opened, without creating or truncating a second time.
+    int flags_;
+    String path_;
+    int64_t saved_position_;
+    char* view_;
+    String error_;
+};
+
+#endif

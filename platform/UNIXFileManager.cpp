@@ -1,0 +1,61 @@
+// UNIX file manager: translates the mode bits into open flags and refuses what is no file.
+#include "platform/UNIXFileManager.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/UNIXFile.h"
+
+namespace {
+
+// Permissions of a created file before the process umask, as for any ordinary file.
+constexpr mode_t CREATE_PERMISSIONS = 0666;
+
+int open_flags(int mode) {
+    bool reading = (mode & FILE_MODE_READ) != 0;
+    bool writing = (mode & FILE_MODE_WRITE) != 0;
+    int flags = writing ? (reading ? O_RDWR : O_WRONLY) : O_RDONLY;
+    if ((mode & FILE_MODE_CREATE) != 0) flags |= O_CREAT;
+    if ((mode & FILE_MODE_TRUNCATE) != 0) flags |= O_TRUNC;
+    return flags;
+}
+
+}  // namespace
+
+UNIXFileManager::UNIXFileManager(TarnApplication* owner) : owner_(owner) {}
+
+UNIXFileManager::~UNIXFileManager() {}
+
+File* UNIXFileManager::Open(const char* path, int mode) {
+    if (path == nullptr) {
+        error_.assign(std::strerror(EINVAL));
+        return nullptr;
+    }
+    int flags = open_flags(mode);
+    int fd = ::open(path, flags | O_CLOEXEC, CREATE_PERMISSIONS);
+    if (fd < 0) {
+        error_.assign(std::strerror(errno));
+        return nullptr;
+    }
+    struct stat st;
+    if (::fstat(fd, &st) != 0) {
+        error_.assign(std::strerror(errno));
+        ::close(fd);
+        return nullptr;
+    }
+    if (S_ISDIR(st.st_mode)) {
+        error_.assign(std::strerror(EISDIR));
+        ::close(fd);
+        return nullptr;
+    }
+    return new UNIXFile(fd, path, flags);
+}
+
+void UNIXFileManager::DeactivateFile(File* file) {
+    UNIXFile* unix_file = dynamic_cast<UNIXFile*>(file);
+    if (unix_file != nullptr) unix_file->Deactivate();
+}

@@ -1,0 +1,168 @@
+// UNIX file manager and files over real temporary files: open modes, the mapped view with its
+// zero byte, sequential and positioned access, and the system's failure texts.
+#include "platform/UNIXFileManager.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/File.h"
+
+namespace {
+
+class UNIXFileManagerTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/tnasm-files-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        dir_ = pattern;
+    }
+    void TearDown() override {
+        std::string command = "rm -rf '" + dir_ + "'";
+        (void)std::system(command.c_str());  // a leftover temporary directory is harmless
+    }
+
+    std::string PathOf(const char* name) const { return dir_ + "/" + name; }
+
+    // Creates 'name' holding 'bytes' through the manager itself.
+    void MakeFile(const char* name, const std::string& bytes) {
+        File* file = manager_.Open(PathOf(name).c_str(), 15);
+        ASSERT_NE(file, nullptr) << manager_.error().c_str();
+        ASSERT_EQ(file->Write(bytes.data(), static_cast<int>(bytes.size())),
+                  static_cast<int>(bytes.size()));
+        delete file;
+    }
+
+    std::string dir_;
+    UNIXFileManager manager_{nullptr};
+};
+
+}  // namespace
+
+TEST_F(UNIXFileManagerTest, EmptyFileMapsToAZeroByte) {
+    MakeFile("empty.s", "");
+    File* file = manager_.Open(PathOf("empty.s").c_str(), 1);
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(file->Length(), 0);
+    const char* view = file->Map(0, 0);
+    ASSERT_NE(view, nullptr);
+    EXPECT_EQ(view[0], '\0');
+    file->Release();
+    file->Release();  // harmless twice
+    delete file;
+}
+
+TEST_F(UNIXFileManagerTest, MapHasAZeroBytePastTheEnd) {
+    // Sizes around a page boundary, where a memory mapping would have no byte behind it.
+    for (size_t size : {1u, 4095u, 4096u, 4097u, 8192u}) {
+        std::string bytes(size, 'a');
+        MakeFile("page.s", bytes);
+        File* file = manager_.Open(PathOf("page.s").c_str(), 1);
+        ASSERT_NE(file, nullptr);
+        ASSERT_EQ(file->Length(), static_cast<int64_t>(size));
+        const char* view = file->Map(0, file->Length());
+        ASSERT_NE(view, nullptr);
+        EXPECT_EQ(std::string(view, size), bytes);
+        EXPECT_EQ(view[size], '\0') << size;
+        // A part of the file, also terminated.
+        view = file->Map(size - 1, 1);
+        ASSERT_NE(view, nullptr);
+        EXPECT_EQ(view[0], 'a');
+        EXPECT_EQ(view[1], '\0');
+        delete file;  // ends the view
+    }
+}
+
+TEST_F(UNIXFileManagerTest, MapOutsideTheFileFails) {
+    MakeFile("short.s", "abc");
+    File* file = manager_.Open(PathOf("short.s").c_str(), 1);
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(file->Map(0, 4), nullptr);
+    EXPECT_STREQ(file->error().c_str(), std::strerror(EINVAL));
+    EXPECT_EQ(file->Map(4, 0), nullptr);
+    EXPECT_EQ(file->Map(-1, 1), nullptr);
+    EXPECT_NE(file->Map(3, 0), nullptr);
+    delete file;
+}
+
+TEST_F(UNIXFileManagerTest, SeekReadAndWrite) {
+    File* file = manager_.Open(PathOf("rw.tnc").c_str(), 15);
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(file->Write("0123456789", 10), 10);
+    EXPECT_EQ(file->Seek(4), 4);
+    EXPECT_EQ(file->Write("xy", 2), 2);
+    EXPECT_EQ(file->Seek(0), 0);
+    char bytes[16] = {};
+    EXPECT_EQ(file->Read(bytes, 16), 10);  // short at the end
+    EXPECT_EQ(std::string(bytes, 10), "0123xy6789");
+    EXPECT_EQ(file->Read(bytes, 4), 0);
+    // Seeking past the end and writing leaves a hole of zero bytes.
+    EXPECT_EQ(file->Seek(12), 12);
+    EXPECT_EQ(file->Write("z", 1), 1);
+    EXPECT_EQ(file->Length(), 13);
+    EXPECT_EQ(file->Seek(-1), -1);
+    EXPECT_STREQ(file->error().c_str(), std::strerror(EINVAL));
+    EXPECT_EQ(file->Read(bytes, -1), -1);
+    delete file;
+
+    // Truncation on the next create-and-truncate open; opening without it keeps the bytes.
+    file = manager_.Open(PathOf("rw.tnc").c_str(), 1);
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(file->Length(), 13);
+    EXPECT_EQ(file->Write("q", 1), -1) << "read-only file accepted a write";
+    EXPECT_STREQ(file->error().c_str(), std::strerror(EBADF));
+    delete file;
+    file = manager_.Open(PathOf("rw.tnc").c_str(), 15);
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(file->Length(), 0);
+    delete file;
+}
+
+TEST_F(UNIXFileManagerTest, DeactivatedFileReopensWhereItWas) {
+    MakeFile("idle.s", "abcdef");
+    File* file = manager_.Open(PathOf("idle.s").c_str(), 1);
+    ASSERT_NE(file, nullptr);
+    char bytes[4] = {};
+    ASSERT_EQ(file->Read(bytes, 2), 2);
+    manager_.DeactivateFile(file);
+    ASSERT_EQ(file->Read(bytes, 2), 2);
+    EXPECT_EQ(std::string(bytes, 2), "cd");
+    delete file;
+
+    // A written file keeps its bytes and is not truncated again when it comes back.
+    file = manager_.Open(PathOf("idle.tnc").c_str(), 15);
+    ASSERT_NE(file, nullptr);
+    ASSERT_EQ(file->Write("1234", 4), 4);
+    manager_.DeactivateFile(file);
+    ASSERT_EQ(file->Write("56", 2), 2);
+    EXPECT_EQ(file->Length(), 6);
+    delete file;
+}
+
+TEST_F(UNIXFileManagerTest, FailuresCarryTheSystemText) {
+    struct Case {
+        std::string path;
+        int mode;
+        int expected_errno;
+    } cases[] = {
+        {PathOf("missing.s"), 1, ENOENT},
+        {dir_, 1, EISDIR},
+        {PathOf("no/such/dir/out.tnc"), 15, ENOENT},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(manager_.Open(c.path.c_str(), c.mode), nullptr) << c.path;
+        EXPECT_STREQ(manager_.error().c_str(), std::strerror(c.expected_errno)) << c.path;
+    }
+    if (geteuid() != 0) {  // root reads everything
+        MakeFile("locked.s", "x");
+        ASSERT_EQ(chmod(PathOf("locked.s").c_str(), 0), 0);
+        EXPECT_EQ(manager_.Open(PathOf("locked.s").c_str(), 1), nullptr);
+        EXPECT_STREQ(manager_.error().c_str(), std::strerror(EACCES));
+    }
+}
