@@ -1,0 +1,79 @@
+// One code segment: a growable byte array of instructions (opcode words and their operands,
+// little-endian), and its readable listing.
+#ifndef TARN_COMPILED_SEGMENT_H
+#define TARN_COMPILED_SEGMENT_H
+
+#include <cstdio>
+
+#include "compiled/TaggedFile.h"
+#include "foundation/String.h"
+
+// Segments grow in steps of this size, so that a function body rarely reallocates.
+constexpr int SEGMENT_GROWTH_STEP = 8192;
+
+// Operand shape bits of an instruction code; the low 12 bits number the operation.
+constexpr unsigned SEGMENT_FIRST_MASK = 0xC000;
+constexpr unsigned SEGMENT_FIRST_DWORD = 0x4000;
+constexpr unsigned SEGMENT_FIRST_DOUBLE = 0x8000;
+constexpr unsigned SEGMENT_SECOND_MASK = 0x3000;
+constexpr unsigned SEGMENT_SECOND_DWORD = 0x1000;
+constexpr unsigned SEGMENT_SECOND_DOUBLE = 0x2000;
+
+// Listing name of an instruction code, or null for a code that has none.
+const char* segment_listing_name(unsigned code);
+
+class Segment {
+  public:
+    // An empty segment: 8192 zero bytes, length 0.
+    explicit Segment(int number);
+    // Adopts 'data' (allocated with array new) of 'capacity' bytes, 'length' of them in use.
+    Segment(int number, char* data, int capacity, int length);
+    Segment(const Segment& other);
+    Segment& operator=(const Segment&) = delete;
+    virtual ~Segment();
+
+    // Each stores its value little-endian at 'position', growing first, and returns
+    // 'position' plus its width (-1 for a position no segment can hold).
+    int Write_Byte(int position, unsigned int value);
+    int Write_Word(int position, unsigned int value);
+    int Write_Dword(int position, unsigned int value);
+    int Write_Double(int position, double value);
+
+    // Each returns 'position' plus its width, or -1 when the value does not lie wholly below
+    // the length (nothing is read then).
+    int Read_Byte(int position, unsigned int* value) const;
+    int Read_Word(int position, unsigned int* value) const;
+    int Read_Dword(int position, unsigned int* value) const;
+    int Read_Double(int position, double* value) const;
+
+    // Makes room for at least 'needed' bytes, in whole steps of SEGMENT_GROWTH_STEP.
+    void Grow(int needed);
+
+    // Appends the first 'length' bytes to the open section; true when all were written.
+    bool Write(TaggedFile* file);
+
+    // The listing of the segment, appended to 'out'.
+    void Listing(String* out, const char* expression, int expression_length) const;
+    void Dump(FILE* out, const char* expression, int expression_length) const;
+    // Writes the listing to the file at 'path'; nothing at all when it cannot be opened.
+    void Dump(const char* path, const char* expression, int expression_length) const;
+
+    int number() const { return number_; }
+    const char* data() const { return data_; }
+    int capacity() const { return capacity_; }
+    int length() const { return length_; }
+
+  private:
+    // Grows for a value of 'width' bytes at 'position'; false when no segment can hold it.
+    bool Reserve(int position, int width);
+    bool Holds(int position, int width) const;
+
+    int number_;
+    char* data_;
+    int capacity_;
+    int length_;
+    // Kept for the runtime's segment layout; the assembler never uses it.
+    int spare_;
+};
+
+#endif

@@ -1,0 +1,304 @@
+// Code segments: growth steps, little-endian operands, the section "segs" with its checks, and
+// the listing.
+#include "compiled/SegmentManager.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "foundation/ByteOrder.h"
+#include "support/MemoryFile.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+std::string listing_of(const Segment& segment) {
+    String out;
+    segment.Listing(&out, "expr", 4);
+    return std::string(out.c_str(), static_cast<size_t>(out.length()));
+}
+
+// A container whose only section is "segs" with the given bytes.
+Bytes container_with_segs(const Bytes& section) {
+    Bytes file = {'T', 'a', 'r', 'n', 0x0D, 0x00, 0x01, 0x00};
+    file.resize(32 + section.size() + 12);
+    put_u32(file.data() + 24, static_cast<uint32_t>(32 + section.size()));
+    put_u32(file.data() + 28, 1);
+    std::copy(section.begin(), section.end(), file.begin() + 32);
+    unsigned char* entry = file.data() + 32 + section.size();
+    put_u32(entry + 0, TAG_SEGS);
+    put_u32(entry + 4, 32);
+    put_u32(entry + 8, static_cast<uint32_t>(section.size()));
+    return file;
+}
+
+// Two segments, the second starting: "segs" as the manager writes it.
+// clang-format off
+const Bytes TWO_SEGMENTS = {
+    0x02, 0x00, 0x00, 0x00,  // segment_list.entries 2
+    0x01, 0x00, 0x00, 0x00,  // segment_list.start 1
+    0x00, 0x00, 0x00, 0x00,  // segment_header[0].offset 0
+    0x02, 0x00, 0x00, 0x00,  // segment_header[0].size 2
+    0x02, 0x00, 0x00, 0x00,  // segment_header[1].offset 2
+    0x06, 0x00, 0x00, 0x00,  // segment_header[1].size 6
+    0x3C, 0x00,              // segment 0: retn
+    0x01, 0x40,              // segment 1: pushc
+    0xFE, 0xFF, 0xFF, 0xFF,  //            dword -2
+};
+// clang-format on
+
+Bytes with_u32(Bytes bytes, size_t at, uint32_t value) {
+    put_u32(bytes.data() + at, value);
+    return bytes;
+}
+
+}  // namespace
+
+TEST(Segment, GrowsInWholeStepsAtTheCapacity) {
+    // Ending exactly at the capacity reallocates to the same size; one byte more takes a step.
+    Segment at_limit(0);
+    EXPECT_EQ(at_limit.Write_Dword(8188, 0x01020304), 8192);
+    EXPECT_EQ(at_limit.capacity(), 8192);
+    EXPECT_EQ(at_limit.length(), 8192);
+
+    Segment past(0);
+    EXPECT_EQ(past.Write_Dword(8190, 0xFFFFFFFF), 8194);
+    EXPECT_EQ(past.capacity(), 16384);
+    EXPECT_EQ(past.length(), 8194);
+    for (int i = 8194; i < 16384; i++) ASSERT_EQ(past.data()[i], 0) << i;
+
+    past.Grow(16385);
+    EXPECT_EQ(past.capacity(), 24576);
+    EXPECT_EQ(past.Write_Byte(-1, 0), -1);
+}
+
+TEST(Segment, StoresOperandsLittleEndianAndReadsWithinLength) {
+    Segment segment(3);
+    int at = segment.Write_Word(0, 0x8003);
+    at = segment.Write_Double(at, 1.5);
+    at = segment.Write_Byte(at, 0x1FF);
+    ASSERT_EQ(at, 11);
+    // clang-format off
+    const unsigned char expected[] = {
+        0x03, 0x80,                                      // word 0x8003
+        0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0xF8, 0x3F,  // double 1.5
+        0xFF,                                            // low byte of 0x1FF
+    };
+    // clang-format on
+    EXPECT_EQ(std::memcmp(segment.data(), expected, sizeof expected), 0);
+
+    unsigned value = 0;
+    double real = 0;
+    EXPECT_EQ(segment.Read_Double(2, &real), 10);
+    EXPECT_EQ(real, 1.5);
+    EXPECT_EQ(segment.Read_Word(segment.length() - 1, &value), -1);
+    EXPECT_EQ(segment.Read_Word(segment.length() - 2, &value), 11);
+    EXPECT_EQ(segment.Read_Dword(-1, &value), -1);
+}
+
+TEST(Segment, ListsInstructionsByTheirShapeBits) {
+    struct Case {
+        const char* what;
+        std::vector<std::pair<int, double>> items;  // width (2, 4 or 8) and value
+        const char* lines;
+    } cases[] = {
+        {"two dwords", {{2, 0x5301}, {4, 7}, {4, 9}}, "0\tcmpgg\tdword:7, dword:9\n"},
+        {"negative dword", {{2, 0x4025}, {4, -6}}, "0\tjmp\tdword:-6\n"},
+        {"double", {{2, 0x8003}, {8, 2.25}}, "0\tpushf\tdouble:2.250000\n"},
+        {"renamed",
+         {{2, 0x410C}, {4, 1}, {2, 0x0214}},
+         "0\top_http\tdword:1\n6\tdbrevealstructuredb\t\n"},
+        {"assemblable but unnamed",
+         {{2, 0x505C}, {4, 1}, {4, 2}},
+         "0\tIllegal Instruction\ndword:1, dword:2\n"},
+        {"two doubles",
+         {{2, 0xA001}, {8, 0.5}, {8, 1}},
+         "0\tIllegal Instruction\ndouble:0.500000, double:1.000000\n"},
+        // Both second-operand bits print nothing, not even the newline.
+        {"both second bits", {{2, 0x3000}, {2, 0x003C}}, "0\tIllegal Instruction\n2\tretn\t\n"},
+        {"both first bits", {{2, 0xC000}, {2, 0}}, "0\tIllegal Instruction\n\n2\tnoop\t\n"},
+        {"operand cut off", {{2, 0x4001}, {2, 7}}, "0\tpushc\t\n"},
+        {"odd last byte", {{2, 0x003C}, {1, 0}}, "0\tretn\t\n"},
+    };
+    for (const Case& c : cases) {
+        Segment segment(0);
+        int at = 0;
+        for (const auto& item : c.items) {
+            if (item.first == 1) at = segment.Write_Byte(at, 0);
+            if (item.first == 2) at = segment.Write_Word(at, static_cast<unsigned>(item.second));
+            if (item.first == 4) {
+                at = segment.Write_Dword(at, static_cast<unsigned>(static_cast<int>(item.second)));
+            }
+            if (item.first == 8) at = segment.Write_Double(at, item.second);
+        }
+        EXPECT_EQ(listing_of(segment), std::string("\n\nExpression: expr\n") + c.lines) << c.what;
+    }
+    EXPECT_EQ(listing_of(Segment(0)), "\n\nExpression: expr\n");
+}
+
+// Every instruction code through the listing: named codes list under their name, all others
+// as illegal, and either way the operands its shape bits announce are consumed, so the
+// instruction behind it is listed at its own position.
+TEST(Segment, ListsAllInstructionCodes) {
+    const unsigned unnamed_mnemonics[] = {0x003F, 0x0041, 0x0052, 0x0055, 0x0058, 0x0059,
+                                          0x005B, 0x0116, 0x020F, 0x0216, 0x0217, 0x0218,
+                                          0x0219, 0x021A, 0x4053, 0x4054, 0x4056, 0x4112,
+                                          0x4115, 0x505C, 0x5113, 0x5114, 0x5117};
+    for (unsigned code : unnamed_mnemonics) EXPECT_EQ(segment_listing_name(code), nullptr);
+    int named = 0;
+    for (unsigned code = 0; code < 0x10000; code++) {
+        int width = 2;
+        if ((code & 0xC000) == 0x4000) width += 4;
+        if ((code & 0xC000) == 0x8000) width += 8;
+        if ((code & 0x3000) == 0x1000) width += 4;
+        if ((code & 0x3000) == 0x2000) width += 8;
+        Segment segment(0);
+        segment.Write_Word(0, code);
+        segment.Write_Word(width, 0x003C);
+        const char* name = segment_listing_name(code);
+        if (name != nullptr) named++;
+        std::string listing = listing_of(segment);
+        std::string head = "\n\nExpression: expr\n0\t" +
+                           (name != nullptr ? std::string(name) + "\t" : "Illegal Instruction\n");
+        std::string tail = std::to_string(width) + "\tretn\t\n";
+        ASSERT_EQ(listing.compare(0, head.size(), head), 0) << std::hex << code;
+        ASSERT_GE(listing.size(), head.size() + tail.size()) << std::hex << code;
+        ASSERT_EQ(listing.compare(listing.size() - tail.size(), tail.size(), tail), 0)
+            << std::hex << code;
+    }
+    EXPECT_EQ(named, 126);
+}
+
+TEST(Segment, DumpWritesTheListingToAFile) {
+    Segment segment(0);
+    segment.Write_Word(0, 0x003C);
+    std::string path = std::string(TNASM_BINARY_DIR) + "/segment_dump.txt";
+    segment.Dump(path.c_str(), "e", -1);
+    FILE* in = std::fopen(path.c_str(), "r");
+    ASSERT_NE(in, nullptr);
+    char text[64] = {};
+    size_t n = std::fread(text, 1, sizeof text - 1, in);
+    std::fclose(in);
+    std::remove(path.c_str());
+    EXPECT_EQ(std::string(text, n), "\n\nExpression: e\n0\tretn\t\n");
+    segment.Dump("/nonexistent-dir/listing.txt", "e", 1);
+}
+
+TEST(SegmentManager, WritesSegmentsAndReadsThemBack) {
+    SegmentManager manager;
+    manager.Start()->Write_Word(0, 0x003C);
+    EXPECT_EQ(manager.Start(), manager.segment(0));
+    Segment* second = manager.Segment_Add();
+    EXPECT_EQ(second->number(), 1);
+    second->Write_Dword(second->Write_Word(0, 0x4001), static_cast<unsigned>(-2));
+
+    MemoryFileManager files;
+    TaggedFile file(&files);
+    ASSERT_TRUE(file.Create("segs.tnc", nullptr, 0));
+    ASSERT_TRUE(manager.Write(&file));
+    ASSERT_TRUE(file.Section_Flush());
+    Bytes bytes = files.Get("segs.tnc");
+    // Start 1 is the fixture's; the writer's own start is 0.
+    EXPECT_EQ(Bytes(bytes.begin() + 32, bytes.begin() + 32 + TWO_SEGMENTS.size()),
+              with_u32(TWO_SEGMENTS, 4, 0));
+
+    files.Put("two.tnc", container_with_segs(TWO_SEGMENTS));
+    TaggedFile in(&files);
+    ASSERT_TRUE(in.Open("two.tnc", FILE_MODE_READ));
+    SegmentManager loaded;
+    ASSERT_TRUE(loaded.Read(&in)) << loaded.error().c_str();
+    EXPECT_EQ(loaded.count(), 2);
+    EXPECT_EQ(loaded.start(), 1);
+    EXPECT_EQ(loaded.Start()->length(), 6);
+    EXPECT_EQ(listing_of(*loaded.segment(1)), "\n\nExpression: expr\n0\tpushc\tdword:-2\n");
+
+    SegmentManager copy(loaded);
+    EXPECT_NE(copy.segment(1), loaded.segment(1));
+    EXPECT_EQ(std::memcmp(copy.segment(1)->data(), loaded.segment(1)->data(), 6), 0);
+}
+
+TEST(SegmentManager, SlotArrayGrowsBySixtyFour) {
+    SegmentManager manager;
+    for (int i = 1; i < 64; i++) manager.Segment_Add();
+    EXPECT_EQ(manager.capacity(), 64);
+    EXPECT_EQ(manager.Segment_Add()->number(), 64);
+    EXPECT_EQ(manager.capacity(), 128);
+    EXPECT_EQ(manager.segment(65), nullptr);
+}
+
+TEST(SegmentManager, RejectsBadSectionsAndKeepsItsSegments) {
+    struct Case {
+        const char* what;
+        Bytes section;
+        const char* message;
+    } cases[] = {
+        {"no entries", with_u32(TWO_SEGMENTS, 0, 0), "segment_list.start out of range"},
+        {"start = entries", with_u32(TWO_SEGMENTS, 4, 2), "segment_list.start out of range"},
+        {"negative start", with_u32(TWO_SEGMENTS, 4, 0xFFFFFFFF),
+         "segment_list.start out of range"},
+        {"entries 0x10000000", with_u32(TWO_SEGMENTS, 0, 0x10000000),
+         "segment_list.entries out of range"},
+        // Within the limit, but the table is not there.
+        {"entries 0x0FFFFFFF", with_u32(TWO_SEGMENTS, 0, 0x0FFFFFFF), "Invalid size"},
+        {"entries 0x00FFFFFF", with_u32(TWO_SEGMENTS, 0, 0x00FFFFFF), "Unexpected end of file"},
+        {"negative size", with_u32(TWO_SEGMENTS, 20, 0xFFFFFFFF),
+         "segment_header.size out of range"},
+        {"data past the section", with_u32(TWO_SEGMENTS, 20, 7), "Unexpected end of file"},
+        {"offset past the section", with_u32(TWO_SEGMENTS, 16, 9), "Invalid offset"},
+        {"negative offset", with_u32(TWO_SEGMENTS, 16, 0xFFFFFFE0), "Invalid offset"},
+        {"header cut short", Bytes(TWO_SEGMENTS.begin(), TWO_SEGMENTS.begin() + 7),
+         "Unexpected end of file"},
+    };
+    for (const Case& c : cases) {
+        MemoryFileManager files;
+        files.Put("bad.tnc", container_with_segs(c.section));
+        TaggedFile in(&files);
+        ASSERT_TRUE(in.Open("bad.tnc", FILE_MODE_READ));
+        SegmentManager manager;
+        manager.Start()->Write_Word(0, 0x0016);
+        EXPECT_FALSE(manager.Read(&in)) << c.what;
+        EXPECT_STREQ(manager.error().c_str(), c.message) << c.what;
+        EXPECT_EQ(manager.count(), 1) << c.what;
+        EXPECT_EQ(manager.Start()->length(), 2) << c.what;
+    }
+}
+
+TEST(SegmentManager, AcceptsEmptySegmentAndReportsMissingSection) {
+    MemoryFileManager files;
+    files.Put("empty.tnc", container_with_segs(with_u32(with_u32(TWO_SEGMENTS, 4, 0), 12, 0)));
+    TaggedFile in(&files);
+    ASSERT_TRUE(in.Open("empty.tnc", FILE_MODE_READ));
+    SegmentManager manager;
+    ASSERT_TRUE(manager.Read(&in));
+    EXPECT_EQ(manager.segment(0)->length(), 0);
+    EXPECT_EQ(manager.segment(1)->length(), 6);
+
+    TaggedFile none(&files);
+    files.Put("none.tnc", Bytes({'T', 'a', 'r', 'n', 1, 0, 1, 0, 0,  0, 0, 0, 0, 0, 0, 0,
+                                 0,   0,   0,   0,   0, 0, 0, 0, 32, 0, 0, 0, 0, 0, 0, 0}));
+    ASSERT_TRUE(none.Open("none.tnc", FILE_MODE_READ));
+    EXPECT_FALSE(manager.Read(&none));
+    EXPECT_STREQ(manager.error().c_str(), "Invalid section");
+}
+
+TEST(SegmentManager, WriteFailuresAreReported) {
+    for (int k = 1;; k++) {
+        MemoryFileManager files;
+        TaggedFile file(&files);
+        ASSERT_TRUE(file.Create("segs.tnc", nullptr, 0));
+        files.faults.fail_write_at = files.faults.writes + k;
+        SegmentManager manager;
+        manager.Start()->Write_Word(0, 0x003C);
+        manager.Segment_Add()->Write_Word(0, 0x003C);
+        bool ok = manager.Write(&file);
+        if (files.faults.writes < files.faults.fail_write_at) {
+            ASSERT_TRUE(ok);
+            break;
+        }
+        EXPECT_FALSE(ok) << k;
+        EXPECT_STREQ(manager.error().c_str(), "Injected write failure") << k;
+    }
+}
