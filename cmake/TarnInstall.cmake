@@ -97,10 +97,15 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION devel)
-# The programs link libmpdec dynamically; a program built on the static library needs its
-# development files too.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libmpdec4")
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# The programs link libmpdec (libmpdec4) and the C++ runtime dynamically; dpkg-shlibdeps names
+# them with the versions the build needs, and the fixed list stands in where it is missing. A
+# program built on the static library needs libmpdec's development files too.
+find_program(TARN_DPKG_SHLIBDEPS dpkg-shlibdeps)
+if(TARN_DPKG_SHLIBDEPS)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+else()
+  set(CPACK_DEBIAN_PACKAGE_DEPENDS "libmpdec4, libstdc++6, libc6")
+endif()
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libmpdec-dev, pkgconf | pkg-config")
 set(CPACK_STRIP_FILES ON)
 include(CPack)

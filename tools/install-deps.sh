@@ -17,7 +17,7 @@ apt_update_once() {
 }
 
 # Tools that the image usually has; installed only when missing.
-NEEDED="g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev clang valgrind"
+NEEDED="g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev clang valgrind dpkg-dev groff-base file"
 MISSING=""
 for p in $NEEDED; do have_pkg "$p" || MISSING="$MISSING $p"; done
 if [ -n "$MISSING" ]; then
