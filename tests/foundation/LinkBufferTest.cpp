@@ -1,0 +1,204 @@
+// The block chain: block sizes from the two units, moving and copying chains, and taking the
+// result as one array.
+#include "foundation/LinkBuffer.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/Output.h"
+
+namespace {
+
+std::string contents(const LinkBuffer& buffer) {
+    std::string bytes(buffer.total(), '?');
+    buffer.append_to(&bytes[0]);
+    return bytes;
+}
+
+// Capacity and used bytes of every block, head first.
+std::vector<std::pair<int, int>> blocks(const LinkBuffer& buffer) {
+    std::vector<std::pair<int, int>> shape;
+    for (const LinkBuffer_Block* b = buffer.head(); b != nullptr; b = b->next) {
+        shape.emplace_back(b->capacity, b->used);
+    }
+    return shape;
+}
+
+char* array_of(const char* text, int capacity) {
+    char* data = new char[capacity];
+    std::memcpy(data, text, std::strlen(text));
+    return data;
+}
+
+// Collects what is written; fails the write numbered 'fail_at' (1-based) when set.
+class RecordingOutput : public Output {
+  public:
+    explicit RecordingOutput(int fail_at = 0) : fail_at_(fail_at) {}
+    int Write(const char* bytes, int count) override {
+        if (++writes_ == fail_at_) {
+            return -1;
+        }
+        written.append(bytes, count);
+        return count;
+    }
+    int WriteError(const char*, int count) override { return count; }
+    int Flush() override { return 0; }
+    std::string written;
+
+  private:
+    int fail_at_;
+    int writes_ = 0;
+};
+
+}  // namespace
+
+TEST(LinkBuffer, BlockSizesFollowTheUnits) {
+    LinkBuffer buffer(100, 10);
+    std::string first(250, 'a'), second(60, 'b');
+    buffer.cat(first.data(), 250);
+    EXPECT_EQ(blocks(buffer), (std::vector<std::pair<int, int>>{{300, 250}}));
+    buffer.cat(second.data(), 60);
+    EXPECT_EQ(blocks(buffer), (std::vector<std::pair<int, int>>{{300, 300}, {20, 10}}));
+    EXPECT_EQ(buffer.total(), 310);
+    EXPECT_EQ(contents(buffer), first + second);
+    buffer.prepend("xyz", 3);  // a new head of the next multiple of 10 past 3
+    EXPECT_EQ(blocks(buffer).front(), (std::pair<int, int>{10, 3}));
+    LinkBuffer exact(100, 10);
+    exact.cat(first.data(), 100);  // a full unit still gets a block with room to spare
+    EXPECT_EQ(blocks(exact), (std::vector<std::pair<int, int>>{{200, 100}}));
+}
+
+TEST(LinkBuffer, HexDigitsAreUpperCaseHighNibbleFirst) {
+    LinkBuffer buffer(4, 4);
+    for (unsigned char b : {0xAB, 0x05, 0x00, 0xFF, 0x9C}) {
+        buffer.cat_hex(b);
+    }
+    EXPECT_EQ(contents(buffer), "AB0500FF9C");
+}
+
+TEST(LinkBuffer, AdoptedBlocksTakeLaterAppends) {
+    LinkBuffer buffer(8, 8);
+    buffer.cat("ab", 2);
+    char* adopted = array_of("cde", 6);
+    buffer.cat_nocopy(adopted, 3, 6);
+    buffer.cat("fgh", 3);  // fills the adopted block's spare room
+    EXPECT_EQ(blocks(buffer), (std::vector<std::pair<int, int>>{{8, 2}, {6, 6}}));
+    buffer.prepend_nocopy(array_of("_", 1), 1, 1);
+    buffer.prepend("<", -1);
+    EXPECT_EQ(contents(buffer), "<_abcdefgh");
+    EXPECT_EQ(buffer.head()->previous, nullptr);
+    EXPECT_EQ(buffer.tail()->data, adopted);
+}
+
+TEST(LinkBuffer, CopyingAndMovingChains) {
+    LinkBuffer target(4, 4);
+    target.cat("mid", 3);
+    LinkBuffer source(2, 2);
+    source.cat("abcde", 5);  // blocks "ab" "cde"
+    target.cat(&source);
+    target.prepend(&source);
+    EXPECT_EQ(contents(target), "abcdemidabcde");
+    EXPECT_EQ(contents(source), "abcde");
+    LinkBuffer* tail_part = new LinkBuffer(2, 2);
+    tail_part->cat("XY", 2);
+    target.cat_destroy(tail_part);
+    LinkBuffer* head_part = new LinkBuffer(2, 2);
+    head_part->cat("12345", 5);
+    target.prepend_destroy(head_part);
+    EXPECT_EQ(contents(target), "12345abcdemidabcdeXY");
+    EXPECT_EQ(target.total(), 20);
+    target.cat("!", 1);  // appends still go to the moved-in tail
+    EXPECT_EQ(contents(target), "12345abcdemidabcdeXY!");
+    // Walking back from the tail must meet every block the forward walk met.
+    int forward = static_cast<int>(blocks(target).size());
+    int backward = 0;
+    for (const LinkBuffer_Block* b = target.tail(); b != nullptr; b = b->previous) {
+        backward++;
+    }
+    EXPECT_EQ(backward, forward);
+}
+
+TEST(LinkBuffer, DataCoalescesAndTerminates) {
+    LinkBuffer buffer(3, 3);
+    buffer.cat("hello", 5);
+    buffer.cat(" world", 6);
+    int length = -1, capacity = -1;
+    const char* text = buffer.data(&length, &capacity);
+    EXPECT_STREQ(text, "hello world");
+    EXPECT_EQ(length, 11);
+    EXPECT_EQ(capacity, 12);
+    EXPECT_EQ(blocks(buffer).size(), 1u);
+    EXPECT_EQ(buffer.data(nullptr, nullptr), text);  // already one block with room
+    LinkBuffer empty(8, 8);
+    EXPECT_STREQ(empty.data(&length, &capacity), "");
+    EXPECT_EQ(length, 0);
+    EXPECT_EQ(capacity, 1);
+}
+
+TEST(LinkBuffer, ReleaseHandsOverOneArray) {
+    LinkBuffer single(16, 16);
+    char* adopted = array_of("abc", 10);
+    single.cat_nocopy(adopted, 3, 10);
+    int length = -1, capacity = -1;
+    char* released = single.release(&length, &capacity, 1);
+    EXPECT_EQ(released, adopted);  // room for the extra byte: no copy
+    EXPECT_EQ(length, 3);
+    EXPECT_EQ(capacity, 10);
+    EXPECT_EQ(single.total(), 0);
+    EXPECT_EQ(single.head(), nullptr);
+    delete[] released;
+
+    LinkBuffer chain(2, 2);
+    chain.cat("abcdef", 6);
+    chain.prepend("0", 1);
+    released = chain.release(&length, &capacity, 1);
+    EXPECT_EQ(std::string(released, length), "0abcdef");
+    EXPECT_EQ(capacity, 8);
+    delete[] released;
+
+    released = chain.release(&length, &capacity, 1);  // now empty
+    EXPECT_EQ(length, 0);
+    EXPECT_EQ(capacity, 1);
+    delete[] released;
+}
+
+TEST(LinkBuffer, OutputWritesEveryBlockInOrder) {
+    LinkBuffer buffer(2, 2);
+    buffer.cat("abcdefg", 7);
+    buffer.prepend(">", 1);
+    RecordingOutput out;
+    EXPECT_EQ(buffer.output(&out), 0);
+    EXPECT_EQ(out.written, ">abcdefg");
+    RecordingOutput failing(2);
+    EXPECT_EQ(buffer.output(&failing), -1);
+    EXPECT_EQ(failing.written, ">");
+    EXPECT_EQ(buffer.output(nullptr), -1);
+}
+
+TEST(LinkBuffer, BadInputDoesNotCrash) {
+    LinkBuffer buffer(0, -3);  // units below 1 count as 1
+    buffer.cat(nullptr, 5);
+    buffer.cat("abc", -7);
+    buffer.cat_nocopy(nullptr, 4, 4);
+    buffer.prepend(nullptr, -1);
+    buffer.cat(static_cast<const LinkBuffer*>(nullptr));
+    buffer.cat(&buffer);
+    buffer.cat_destroy(nullptr);
+    buffer.append_to(nullptr);
+    EXPECT_EQ(buffer.total(), 0);
+    buffer.cat("xy", -1);
+    EXPECT_EQ(contents(buffer), "xy");
+    LinkBuffer* nothing = new LinkBuffer(4, 4);
+    buffer.cat_destroy(nothing);  // an empty buffer moves nothing but is still deleted
+    EXPECT_EQ(contents(buffer), "xy");
+    LinkBuffer zero(4, 4);
+    zero.cat_nocopy(new char[1], 0, 0);
+    int length = -1, capacity = -1;
+    EXPECT_STREQ(zero.data(&length, &capacity), "");
+    char* released = zero.release(&length, &capacity, 1);
+    EXPECT_EQ(capacity, 1);
+    delete[] released;
+}
