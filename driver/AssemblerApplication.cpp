@@ -1,0 +1,140 @@
+// Assembler application: options, the assembly run and the assembly-error report.
+#include "driver/AssemblerApplication.h"
+
+#include <cstring>
+
+#include "platform/FileManager.h"
+#include "platform/Output.h"
+
+namespace {
+
+const char* const DEFAULT_OUTPUT_FILE = "output.tnc";
+const char* const VERSION_TEXT = "5.52\n";
+
+bool is_option(const char* name, const char* option) {
+    size_t length = std::strlen(option);
+    return std::strlen(name) == length && std::memcmp(name, option, length) == 0;
+}
+
+}  // namespace
+
+AssemblerApplication::AssemblerApplication(int argc, char** argv)
+    : ConsoleApplication(argc, argv),
+      output_file_name_(DEFAULT_OUTPUT_FILE),
+      input_index_(argc),
+      exit_requested_(false),
+      header_identifier_() {}
+
+AssemblerApplication::~AssemblerApplication() {}
+
+bool AssemblerApplication::CommandLine_Requires_Argument(char c) {
+    return c == 'o';
+}
+
+bool AssemblerApplication::CommandLine_Requires_Argument(const char* name) {
+    (void)name;
+    return false;
+}
+
+bool AssemblerApplication::CommandLine_Process_Option(char c, const char* value) {
+    if (c == 'o') {
+        output_file_name_ = value;
+        return true;
+    }
+    String message("Invalid option '-");
+    message.cat(c);
+    message.cat('\'');
+    ArgumentError(message);
+    return false;
+}
+
+bool AssemblerApplication::CommandLine_Process_Option_Long(const char* name, const char* value) {
+    (void)value;  // no long option takes one
+    if (is_option(name, "help")) {
+        PrintUsage();
+        exit_requested_ = true;
+        return true;
+    }
+    if (is_option(name, "version")) {
+        Output* channel = output(VERSION_TEXT, 5);
+        if (channel != nullptr) (void)channel->Write(VERSION_TEXT, 5);  // nowhere to report
+        exit_requested_ = true;
+        return true;
+    }
+    String message("Invalid option '--");
+    message.cat(name);
+    message.cat('\'');
+    ArgumentError(message);
+    return false;
+}
+
+int AssemblerApplication::Go() {
+    input_index_ = CommandLine_Parse();
+    if (input_index_ < 0) return 1;
+    if (exit_requested_) return 0;
+    if (!ValidateOptions()) return 1;
+
+    // Only the first operand is assembled; any further ones are ignored.
+    const char* path = argv()[input_index_];
+    FileManager* files = filemanager();
+    File* source = files != nullptr ? files->Open(path, FILE_MODE_READ) : nullptr;
+    if (source == nullptr) {
+        String message("Unable to open '");
+        message.cat(path);
+        message.cat("': ");
+        if (files != nullptr) message.cat(files->error().c_str(), files->error().length());
+        ArgumentError(message);
+        return 1;
+    }
+    int status = Assemble(source, path);
+    delete source;
+    return status;
+}
+
+bool AssemblerApplication::ValidateOptions() {
+    if (input_index_ < argc()) return true;
+    ArgumentError(String("No input file specified"));
+    return false;
+}
+
+int AssemblerApplication::AssembleError(ErrorCode code, const char* file, int line,
+                                        const String& message) {
+    String report(file != nullptr ? file : "");
+    report.cat(':');
+    char* number = itos(line);
+    report.cat(number);
+    delete[] number;
+    report.cat(": AE_");
+    number = itos(static_cast<int>(code));
+    report.cat(number);
+    delete[] number;
+    report.cat(": ");
+    report.cat(message.c_str(), message.length());
+    report.cat('\n');
+    return Error(report);
+}
+
+// The assembly stages over the opened source: grammar, resolution, then writing the compiled
+// file to outputfilename() with headeridentifier(). Each stage reports its own errors; the
+// first failure ends the run with 1. The caller deletes 'source' afterwards.
+int AssemblerApplication::Assemble(File* source, const char* path) {
+    // TODO(#7): run the assembler over 'source'; until then no run succeeds and no file is
+    // written.
+    (void)source;
+    (void)path;
+    return 1;
+}
+
+void AssemblerApplication::PrintUsage() {
+    String usage("Usage: ");
+    usage.cat(basename());
+    usage.cat(
+        " [options] file...\n"
+        "Options:\n"
+        "  --help           Display this information\n"
+        "  --version        Display version number and exit\n"
+        "  -o <file>        Place output in <file>\n");
+    Output* channel = output(usage.c_str(), usage.length());
+    if (channel != nullptr)
+        (void)channel->Write(usage.c_str(), usage.length());  // nowhere to report
+}

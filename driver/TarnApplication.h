@@ -1,0 +1,203 @@
+// Root of the application classes: the process-wide settings, the one error channel every
+// component reports through, number and decimal conversions, and the runtime's text encoders.
+#ifndef TARN_DRIVER_TARNAPPLICATION_H
+#define TARN_DRIVER_TARNAPPLICATION_H
+
+#include <ctime>
+
+#include <mpdecimal.h>
+
+#include "foundation/String.h"
+
+// The program-wide decimal context (IEEE 754 decimal64). main sets it up before anything else;
+// every decimal conversion and value works in it.
+extern mpd_context_t Tarn_MPD_Context;
+
+class CommerceManager;
+class DatabaseManager;
+class FileManager;
+class LibraryManager;
+class NetworkManager;
+class Output;
+class SystemLibraryManager;
+class TarnConfig;
+class TarnVM;
+struct LogParameter;
+
+// Directories the runtime resolves script-relative paths against.
+enum Tarn_PathType {
+    TARN_PATH_DATA = 0,
+    TARN_PATH_SCRIPT = 1,
+    TARN_PATH_TEMPORARY = 2,
+};
+
+// Log event codes, one bit each; Log_Description names them.
+constexpr unsigned LOG_FUNCTION_CALL = 16;
+constexpr unsigned LOG_FUNCTION_PARAMETER = 32;
+constexpr unsigned LOG_FUNCTION_RETURN_VALUE = 64;
+constexpr unsigned LOG_FUNCTION_RETURN = 128;
+constexpr unsigned LOG_EXTERNAL_FUNCTION_CALL = 256;
+constexpr unsigned LOG_EXTERNAL_FUNCTION_PARAMETER = 512;
+constexpr unsigned LOG_EXTERNAL_FUNCTION_RETURN_VALUE = 1024;
+constexpr unsigned LOG_EXTERNAL_FUNCTION_RETURN = 2048;
+constexpr unsigned LOG_TNDO_ENTER = 4096;
+constexpr unsigned LOG_TNDO_EXIT = 8192;
+constexpr unsigned LOG_TNCALL = 0x100000;
+constexpr unsigned LOG_TNSMTP = 0x200000;
+constexpr unsigned LOG_REQUEST_START = 0x2000000;
+constexpr unsigned LOG_REQUEST_END = 0x4000000;
+constexpr unsigned LOG_APPLICATION_TIMED_OUT = 0x8000000;
+constexpr unsigned LOG_RUNTIME_ERROR = 0x10000000;
+constexpr unsigned LOG_FATAL_ERROR = 0x20000000;
+constexpr unsigned LOG_TRACE = 0x40000000;
+
+// One item of a log filter: the event codes it selects, optionally only for one function name.
+struct LogFilterEntry {
+    unsigned events;
+    String function_name;
+    LogFilterEntry* next;
+};
+
+class TarnApplication {
+  public:
+    TarnApplication();
+    virtual ~TarnApplication();
+
+    TarnApplication(const TarnApplication&) = delete;
+    TarnApplication& operator=(const TarnApplication&) = delete;
+
+    // ---- virtual operations, in slot order (the runtime's libraries call through them) ----
+    virtual NetworkManager* networkmanager() = 0;
+    virtual FileManager* filemanager() = 0;
+    virtual LibraryManager* librarymanager() = 0;
+    virtual CommerceManager* commercemanager() { return nullptr; }
+    virtual DatabaseManager* databasemanager() { return nullptr; }
+    virtual SystemLibraryManager* systemlibrarymanager() { return nullptr; }
+    virtual TarnConfig* config() = 0;
+    virtual const char* basename() = 0;
+    virtual const char* hostname() = 0;
+    // Text of the last system failure.
+    virtual const char* lasterror() = 0;
+    // The channel that 'text' of 'length' bytes is to be written to.
+    virtual Output* output(const char* text, int length) = 0;
+    // Installs 'channel' and returns the previous one, which the caller now owns.
+    virtual Output* SetOutput(Output* channel) = 0;
+    // Encrypts 'length' bytes of 'text' with 'key' into 'result'; 0 on success.
+    virtual int Crypt(const char* key, int key_length, const char* text, int length,
+                      String* result) = 0;
+    // A new session identifier into 'id'; 0 on success.
+    virtual int MakeSessionID(String* id) = 0;
+    // Deadlines 'seconds' from now as the runtime configuration gives them; 0 or less: none.
+    virtual void ResetGlobalTimeout(long seconds);
+    virtual void ResetPOSTTimeout(long seconds);
+    virtual void ClearPOSTTimeout();
+    // The timed-out flag.
+    virtual int cancelled();
+    virtual long processid() = 0;
+    virtual long threadid() = 0;
+    virtual const char* lockhostname() = 0;
+    // Seconds after which a lock file of a vanished process may be taken over.
+    virtual int lockexpiration() = 0;
+    virtual int Error(const String& text);
+    virtual int Error(const char* text);
+    virtual int Error(const char* text, int length);
+    // Writes 'text' at once to the error stream of its channel; always 0.
+    virtual int OutputError(const char* text, int length);
+    virtual void Sleep(long milliseconds) = 0;
+    virtual long GetUserID() = 0;
+    virtual int BeginAsynchronousTask(TarnVM* vm, unsigned flags);
+    virtual void AsynchronousSleep(long milliseconds, Tarn_PathType type, const char* path);
+    // Counts a sign of life at time 'now' (seconds since the epoch) and notes passed deadlines.
+    virtual void Heartbeat(long now);
+    // Seconds left before the global deadline, 0 once passed, -1 without one.
+    virtual long TimeRemaining();
+    virtual const String& language();
+    virtual int languagecount();
+    virtual const String& defaultlanguage();
+    virtual int defaultlanguagecount();
+    virtual const String& defaultdatabase();
+    virtual int defaultdatabasecount();
+    // 'length' of -1 means 'text' is NUL-terminated. Each raises the setting's change counter.
+    virtual void SetLanguage(const char* text, int length);
+    virtual void SetDefaultLanguage(const char* text, int length);
+    virtual void SetDefaultDatabase(const char* text, int length);
+    virtual const String& charset();
+    virtual int charsetcount();
+    // Returns the strcasecmp of the new set against "utf-8": 0 when it is UTF-8.
+    virtual int SetCharacterSet(const char* text, int length);
+    virtual const String& GetCharacterSet();
+    virtual bool CharacterSetIsUTF8();
+    virtual bool SSL_Available();
+    virtual bool SSL_Initialize() = 0;
+    virtual void* SSL_GetFunction(const char* name) = 0;
+    // Adds the items of 'specification' to the log filter; 0 on success, 1 on a bad item.
+    virtual int ParseLogFilter(const char* specification);
+    virtual void Log(unsigned code, LogParameter* parameters);
+    virtual const char* Log_Description(unsigned code);
+    virtual int Notify_InputError(const String& text);
+    virtual int Notify_FatalError(const String& text);
+    virtual int Notify_TimeoutError(const String& text);
+    virtual int Notify_RuntimeError(int code, const String& text, bool report);
+    virtual void ResolveErrorSyslog();
+    virtual void Notify_Syslog(const String& text);
+    virtual const String& process_name();
+    virtual void SetProcessName(const char* text, int length);
+    // The file system path of 'path' in the directory of 'type' into 'result'; 0 on success.
+    virtual int ResolvePath(Tarn_PathType type, const char* path, String* result) = 0;
+
+    // ---- conversions ----
+    // Results are allocated with array new and owned by the caller; 'length' and 'size' receive
+    // the text's length and the allocated size when given. Bad text sets '*error' to 1 and gives
+    // 0; a 'length' of -1 means NUL-terminated.
+    static int stoi(const char* text, int length = -1, int* error = nullptr);
+    // 'buffer_size' is how many bytes may be read at 'text' (-1: unknown), so the byte behind a
+    // counted text is looked at only when it lies inside the buffer.
+    static double stod(const char* text, int length = -1, int buffer_size = -1,
+                       int* error = nullptr);
+    static char* itos(int value, int* length = nullptr, int* size = nullptr);
+    static char* dtos(double value, int* length = nullptr, int* size = nullptr);
+    // Decimals are made with mpd_new in Tarn_MPD_Context and freed by the caller with mpd_del.
+    static mpd_t* stompd(const char* text, int length = -1, int* error = nullptr);
+    static mpd_t* itompd(int value);
+    static mpd_t* dtompd(double value);
+    static mpd_t* mpdtompd(const mpd_t* value);
+    // Truncates toward zero; NaN, infinities and values outside 32 bits are errors.
+    static int mpdtoi(const mpd_t* value, int* error = nullptr);
+    static char* mpdtos(const mpd_t* value, int* length = nullptr, int* size = nullptr);
+    static double mpdtod(const mpd_t* value);
+    // Length of the text mpdtos gives for 'value'.
+    static int mpdsize(const mpd_t* value);
+
+    // ---- state read by the runtime ----
+    int heartbeatcount() const { return heartbeat_count_; }
+    int posttimedout() const { return post_timed_out_; }
+    const LogFilterEntry* logfilter() const { return log_filter_; }
+    const LogFilterEntry* logexclusions() const { return log_exclusions_; }
+
+  protected:
+    // Objects that the runtime's derived applications hang here; never set by the assembler.
+    void* derived_object1_;
+    void* derived_object2_;
+    int heartbeat_count_;
+    int timed_out_;
+    int post_timed_out_;
+    time_t global_deadline_;
+    time_t post_deadline_;
+    // Set by the runtime while it shuts down; the assembler never sets it.
+    unsigned char shutting_down_;
+    // Items selected by ParseLogFilter, and those excluded with a leading '!'.
+    LogFilterEntry* log_filter_;
+    LogFilterEntry* log_exclusions_;
+    String language_;
+    int language_count_;
+    String default_language_;
+    int default_language_count_;
+    String default_database_;
+    int default_database_count_;
+    String charset_;
+    int charset_count_;
+    int utf8_;
+    String process_name_;
+};
+
+#endif

@@ -1,0 +1,158 @@
+// Settings and their change counters, the error channel, time-outs and log filters.
+#include "driver/TarnApplication.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "driver/UNIXAssemblerApplication.h"
+#include "platform/Output.h"
+
+namespace {
+
+// Keeps what the application writes, apart by stream.
+class CaptureOutput : public Output {
+  public:
+    int Write(const char* bytes, int count) override {
+        out.append(bytes, static_cast<size_t>(count));
+        return count;
+    }
+    int WriteError(const char* bytes, int count) override {
+        err.append(bytes, static_cast<size_t>(count));
+        return count;
+    }
+    int Flush() override { return 0; }
+
+    std::string out;
+    std::string err;
+};
+
+char program[] = "/usr/bin/tnasm";
+char* arguments[] = {program, nullptr};
+
+}  // namespace
+
+TEST(TarnApplication, SettingsStartAtTheirDefaults) {
+    UNIXAssemblerApplication app(1, arguments);
+    EXPECT_STREQ(app.language().c_str(), "en-US");
+    EXPECT_STREQ(app.defaultlanguage().c_str(), "en-US");
+    EXPECT_STREQ(app.defaultdatabase().c_str(), "xbase3");
+    EXPECT_STREQ(app.charset().c_str(), "utf-8");
+    EXPECT_TRUE(app.CharacterSetIsUTF8());
+    EXPECT_EQ(app.languagecount() + app.defaultlanguagecount() + app.defaultdatabasecount() +
+                  app.charsetcount(),
+              4);
+}
+
+TEST(TarnApplication, EachSetterRaisesOnlyItsOwnCounter) {
+    UNIXAssemblerApplication app(1, arguments);
+    app.SetLanguage("de-DE", -1);
+    app.SetLanguage("fr-FRxx", 5);
+    EXPECT_STREQ(app.language().c_str(), "fr-FR");
+    EXPECT_EQ(app.languagecount(), 3);
+    app.SetDefaultLanguage("it", -1);
+    app.SetDefaultDatabase("sqlite", -1);
+    EXPECT_EQ(app.defaultlanguagecount(), 2);
+    EXPECT_EQ(app.defaultdatabasecount(), 2);
+    EXPECT_EQ(app.charsetcount(), 1);
+    EXPECT_STREQ(app.defaultdatabase().c_str(), "sqlite");
+
+    EXPECT_NE(app.SetCharacterSet("iso-8859-1", -1), 0);
+    EXPECT_FALSE(app.CharacterSetIsUTF8());
+    EXPECT_EQ(app.SetCharacterSet("UTF-8", -1), 0);
+    EXPECT_TRUE(app.CharacterSetIsUTF8());
+    EXPECT_STREQ(app.GetCharacterSet().c_str(), "UTF-8");
+    EXPECT_NE(app.SetCharacterSet("utf-8x", 5), 1000);  // counted: "utf-8"
+    EXPECT_TRUE(app.CharacterSetIsUTF8());
+    EXPECT_EQ(app.charsetcount(), 4);
+}
+
+TEST(TarnApplication, ErrorsGoToTheErrorStreamAtOnce) {
+    UNIXAssemblerApplication app(1, arguments);
+    CaptureOutput* capture = new CaptureOutput;
+    delete app.SetOutput(capture);
+    EXPECT_EQ(app.Error(String("one\n")), 0);
+    EXPECT_EQ(app.Error("two\n"), 0);
+    EXPECT_EQ(app.Error("three\nxx", 6), 0);
+    EXPECT_EQ(app.Notify_FatalError(String("four\n")), 0);
+    EXPECT_EQ(app.Notify_RuntimeError(7, String("hidden\n"), false), 0);
+    EXPECT_EQ(app.Notify_RuntimeError(7, String("five\n"), true), 0);
+    EXPECT_EQ(capture->err, "one\ntwo\nthree\nfour\nfive\n");
+    EXPECT_EQ(capture->out, "");
+}
+
+TEST(TarnApplication, HeartbeatNotesPassedDeadlines) {
+    UNIXAssemblerApplication app(1, arguments);
+    EXPECT_EQ(app.TimeRemaining(), -1);
+    app.Heartbeat(1L << 40);  // no deadline: nothing times out, however late
+    EXPECT_EQ(app.cancelled(), 0);
+    EXPECT_EQ(app.heartbeatcount(), 1);
+
+    app.ResetGlobalTimeout(1000);
+    app.ResetPOSTTimeout(1000);
+    EXPECT_GT(app.TimeRemaining(), 0);
+    app.Heartbeat(0);
+    EXPECT_EQ(app.cancelled(), 0);
+    EXPECT_EQ(app.posttimedout(), 0);
+    app.ClearPOSTTimeout();
+    app.Heartbeat(1L << 40);
+    EXPECT_EQ(app.cancelled(), 1);
+    EXPECT_EQ(app.posttimedout(), 0);  // cleared before it passed
+    EXPECT_EQ(app.heartbeatcount(), 3);
+    app.ResetGlobalTimeout(-1);
+    EXPECT_EQ(app.TimeRemaining(), -1);
+}
+
+TEST(TarnApplication, LogDescriptions) {
+    UNIXAssemblerApplication app(1, arguments);
+    struct Row {
+        unsigned code;
+        const char* text;
+    } rows[] = {
+        {16, "Function Call"},
+        {32, "Function Parameter"},
+        {64, "Function Return Value"},
+        {128, "Function Return"},
+        {256, "External Function Call"},
+        {512, "External Function Parameter"},
+        {1024, "External Function Return Value"},
+        {2048, "External Function Return"},
+        {4096, "TnDO Enter"},
+        {8192, "TnDO Exit"},
+        {0x100000, "TnCALL"},
+        {0x200000, "TnSMTP"},
+        {0x2000000, "Request Start"},
+        {0x4000000, "Request End"},
+        {0x8000000, "Application Timed Out"},
+        {0x10000000, "Runtime Error"},
+        {0x20000000, "Fatal Error"},
+        {0x40000000, "Trace"},
+        {0, "Unknown"},
+        {48, "Unknown"},
+        {0x80000000, "Unknown"},
+        {16384, "Unknown"},
+    };
+    for (const Row& row : rows) EXPECT_STREQ(app.Log_Description(row.code), row.text) << row.code;
+}
+
+TEST(TarnApplication, ParseLogFilter) {
+    UNIXAssemblerApplication app(1, arguments);
+    EXPECT_EQ(app.ParseLogFilter(" 16, 0x30:main ,, !4096 "), 0);
+    const LogFilterEntry* entry = app.logfilter();
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(entry->events, 16u);
+    EXPECT_TRUE(entry->function_name.empty());
+    entry = entry->next;
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(entry->events, 0x30u);
+    EXPECT_STREQ(entry->function_name.c_str(), "main");
+    EXPECT_EQ(entry->next, nullptr);
+    ASSERT_NE(app.logexclusions(), nullptr);
+    EXPECT_EQ(app.logexclusions()->events, 4096u);
+
+    EXPECT_EQ(app.ParseLogFilter("32,abc,64"), 1);
+    int count = 0;
+    for (entry = app.logfilter(); entry != nullptr; entry = entry->next) ++count;
+    EXPECT_EQ(count, 3);  // 32 was added before the bad item
+    EXPECT_EQ(app.ParseLogFilter(":main"), 1);
+}
