@@ -1,0 +1,125 @@
+// Localized dictionary: piece chains, the "locd" section and its read checks.
+#include "compiled/LocalizedDictionary.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/compiled/TableFiles.h"
+
+namespace {
+
+Bytes locd_of(LocalizedDictionary& dictionary) {
+    Bytes file = write_container([&](TaggedFile& f) { return dictionary.Write(&f); });
+    std::vector<Section> sections = sections_of(file);
+    EXPECT_EQ(sections.size(), 1u);
+    EXPECT_EQ(sections.empty() ? 0 : sections[0].tag, TAG_LOCD);
+    return sections.empty() ? Bytes() : sections[0].bytes;
+}
+
+// "Hello %name%!" as its three pieces, added last piece first as the directive does.
+// clang-format off
+const Bytes HELLO_NAME = cat({
+    u32(3),                          // loc_dictionary_header.entries
+    u32(1), u32(12), u32(0xFFFFFFFF),  // [0] literal "!" (dictionary 12), last piece
+    u32(0), u32(11), u32(0),         // [1] variable "name" (dictionary 11), then [0]
+    u32(1), u32(10), u32(1),         // [2] literal "Hello " (dictionary 10), then [1]
+});
+// clang-format on
+
+}  // namespace
+
+TEST(LocalizedDictionary, WritesPiecesInAddOrder) {
+    LocalizedDictionary dictionary;
+    int last = dictionary.Entry_Add(LOCALIZED_TEXT, 12, -1);
+    int middle = dictionary.Entry_Add(LOCALIZED_VARIABLE, 11, last);
+    int first = dictionary.Entry_Add(LOCALIZED_TEXT, 10, middle);
+    EXPECT_EQ(first, 2);
+    EXPECT_EQ(dictionary.Entry(first)->next, 1);
+    EXPECT_EQ(dictionary.Entry(-1), nullptr);
+    EXPECT_EQ(dictionary.Entry(3), nullptr);
+    EXPECT_EQ(locd_of(dictionary), HELLO_NAME);
+}
+
+TEST(LocalizedDictionary, EmptyDictionaryWritesTheCountOnly) {
+    LocalizedDictionary dictionary;
+    EXPECT_EQ(locd_of(dictionary), u32(0));
+}
+
+TEST(LocalizedDictionary, GrowsPastItsFirstStep) {
+    LocalizedDictionary dictionary;
+    for (int i = 0; i < LOCALIZED_DICTIONARY_GROWTH + 1; ++i) {
+        ASSERT_EQ(dictionary.Entry_Add(LOCALIZED_TEXT, i, i - 1), i);
+    }
+    for (int i = 0; i < LOCALIZED_DICTIONARY_GROWTH + 1; ++i) {
+        ASSERT_EQ(dictionary.Entry(i)->text, i);
+        ASSERT_EQ(dictionary.Entry(i)->next, i - 1);
+    }
+}
+
+TEST(LocalizedDictionary, ReadsBackWhatItWrote) {
+    OpenContainer in(container_with(TAG_LOCD, HELLO_NAME));
+    LocalizedDictionary dictionary;
+    ASSERT_TRUE(dictionary.Read(&in.file));
+    ASSERT_EQ(dictionary.Entries(), 3);
+    EXPECT_EQ(dictionary.Entry(2)->type, LOCALIZED_TEXT);
+    EXPECT_EQ(dictionary.Entry(1)->type, LOCALIZED_VARIABLE);
+    EXPECT_EQ(dictionary.Entry(0)->next, -1);
+    EXPECT_EQ(locd_of(dictionary), HELLO_NAME);
+    // The array was sized to the count read; adding grows it again.
+    EXPECT_EQ(dictionary.Entry_Add(LOCALIZED_TEXT, 13, 2), 3);
+}
+
+TEST(LocalizedDictionary, RejectsBadSectionsAndKeepsItsPieces) {
+    struct Case {
+        const char* what;
+        Bytes file;
+        const char* message;
+    };
+    Bytes type_two = HELLO_NAME;
+    put_u32(type_two.data() + 4 + 12, 2);  // [1].type 2: neither variable nor literal
+    Bytes high_type = HELLO_NAME;
+    put_u32(high_type.data() + 4, 0x80000000);  // [0].type compared unsigned
+    const Case cases[] = {
+        {"no locd section", container_with(TAG_IDNT, Bytes{}), "Invalid section"},
+        {"count cut short", container_with(TAG_LOCD, Bytes{3, 0, 0}), "Unexpected end of file"},
+        {"entries above 12-byte limit", container_with(TAG_LOCD, u32(0x0AAAAAAB)),
+         "loc_dictionary_header.entries out of range"},
+        // At the limit the count passes; the container then refuses 12 x count bytes from a
+        // section that does not start at offset 0.
+        {"entries at the limit", container_with(TAG_LOCD, u32(0x0AAAAAAA)), "Invalid size"},
+        {"records cut short",
+         container_with(TAG_LOCD, Bytes(HELLO_NAME.begin(), HELLO_NAME.end() - 1)),
+         "Unexpected end of file"},
+        {"entry type 2", container_with(TAG_LOCD, type_two),
+         "Invalid localized dictionary entry type"},
+        {"entry type with its top bit set", container_with(TAG_LOCD, high_type),
+         "Invalid localized dictionary entry type"},
+    };
+    for (const Case& c : cases) {
+        OpenContainer in(c.file);
+        ASSERT_TRUE(in.opened) << c.what;
+        LocalizedDictionary dictionary;
+        dictionary.Entry_Add(LOCALIZED_TEXT, 7, -1);
+        EXPECT_FALSE(dictionary.Read(&in.file)) << c.what;
+        EXPECT_STREQ(dictionary.error().c_str(), c.message) << c.what;
+        ASSERT_EQ(dictionary.Entries(), 1) << c.what;
+        EXPECT_EQ(dictionary.Entry(0)->text, 7) << c.what;
+    }
+}
+
+TEST(LocalizedDictionary, FailingWritesReportTheFileError) {
+    for (int k = 1;; ++k) {
+        MemoryFileManager files;
+        TaggedFile file(&files);
+        ASSERT_TRUE(file.Create("out.tnc", nullptr, 0));
+        LocalizedDictionary dictionary;
+        dictionary.Entry_Add(LOCALIZED_TEXT, 1, -1);
+        files.faults.fail_write_at = files.faults.writes + k;
+        if (dictionary.Write(&file)) {
+            EXPECT_EQ(k, 3) << "header and records are one write each";
+            break;
+        }
+        EXPECT_STREQ(dictionary.error().c_str(), "Injected write failure") << k;
+    }
+}
