@@ -1,0 +1,324 @@
+// String dictionary: texts pooled in blocks with shared bytes, entry indexes for the other
+// sections, and the section "dict".
+#include "compiled/Dictionary.h"
+
+#include <climits>
+#include <cstring>
+#include <unordered_map>
+
+#include "foundation/ByteOrder.h"
+
+namespace {
+
+constexpr int DICTIONARY_HEADER_SIZE = 12;
+constexpr int DICTIONARY_ENTRY_SIZE = 8;
+// The loader's limits: the tighter entry bound is the one in force, the looser one is checked
+// first with the same message.
+constexpr uint32_t DICTIONARY_ENTRIES_LOOSE_MAX = 0x0FFFFFFF;
+constexpr uint32_t DICTIONARY_ENTRIES_MAX = 0x07FFFFFF;
+// Most data blocks (of TF_DATA_BLOCK_SIZE bytes) a data area may span.
+constexpr uint32_t DICTIONARY_BLOCKS_MAX = 0x3FFFF;
+
+// Block capacity for a text of 'length' bytes: whole granules, at least one byte more than
+// the text.
+int block_capacity_for(int length) {
+    return (length / TF_DATA_BLOCK_SIZE) * TF_DATA_BLOCK_SIZE + TF_DATA_BLOCK_SIZE;
+}
+
+}  // namespace
+
+int dictionary_search(const char* bytes, int used, const char* text, int n) {
+    if (used < n) return -1;
+    if (n == 0) return 0;
+    int shift[256];
+    for (int& s : shift) s = n;
+    for (int k = 0; k < n; k++) shift[static_cast<unsigned char>(text[k])] = n - 1 - k;
+    int i = n - 1;
+    int j = n - 1;
+    for (;;) {
+        if (bytes[i] == text[j]) {
+            if (j == 0) return i;
+            i--;
+            j--;
+            continue;
+        }
+        int skip = shift[static_cast<unsigned char>(bytes[i])];
+        if (skip < n - j) skip = n - j;
+        if (skip >= used - i) return -1;
+        i += skip;
+        j = n - 1;
+    }
+}
+
+// ---- DictionaryDataBlock ----
+
+DictionaryDataBlock::DictionaryDataBlock(int capacity)
+    : data_(new char[capacity]), capacity_(capacity), used_(0), base_(0) {}
+
+DictionaryDataBlock::DictionaryDataBlock(const DictionaryDataBlock& other)
+    : data_(new char[other.capacity_]),
+      capacity_(other.capacity_),
+      used_(other.used_),
+      base_(other.base_) {
+    if (used_ > 0) std::memcpy(data_, other.data_, static_cast<size_t>(used_));
+}
+
+DictionaryDataBlock::~DictionaryDataBlock() {
+    delete[] data_;
+}
+
+int DictionaryDataBlock::Add(const char* text, int length) {
+    if (length < 0) return -1;
+    int found = dictionary_search(data_, used_, text, length);
+    if (found >= 0) return found;
+    if (length > capacity_ - used_) return -1;
+    if (length > 0) std::memcpy(data_ + used_, text, static_cast<size_t>(length));
+    int offset = used_;
+    used_ += length;
+    return offset;
+}
+
+void DictionaryDataBlock::Grow(int capacity) {
+    if (capacity <= capacity_) return;
+    char* grown = new char[capacity];
+    if (used_ > 0) std::memcpy(grown, data_, static_cast<size_t>(used_));
+    delete[] data_;
+    data_ = grown;
+    capacity_ = capacity;
+}
+
+// ---- Dictionary ----
+
+Dictionary::Dictionary() : entry_capacity_(0), current_(nullptr), flags_(0) {}
+
+Dictionary::Dictionary(const Dictionary& other)
+    : error_(other.error_),
+      entries_(other.entries_),
+      entry_capacity_(other.entry_capacity_),
+      current_(nullptr),
+      flags_(other.flags_) {
+    std::unordered_map<const DictionaryDataBlock*, DictionaryDataBlock*> copy_of;
+    for (const DictionaryDataBlock* block : other.blocks_) {
+        DictionaryDataBlock* copy = new DictionaryDataBlock(*block);
+        copy_of[block] = copy;
+        blocks_.push_back(copy);
+    }
+    for (Entry_Slot& entry : entries_) entry.block = copy_of[entry.block];
+    if (other.current_ != nullptr) current_ = copy_of[other.current_];
+}
+
+Dictionary::~Dictionary() {
+    Free_Blocks();
+}
+
+void Dictionary::Free_Blocks() {
+    for (DictionaryDataBlock* block : blocks_) delete block;
+    blocks_.clear();
+    current_ = nullptr;
+}
+
+const String& Dictionary::error() {
+    return error_;
+}
+
+void Dictionary::Error(const String& text) {
+    if (!text.empty()) error_ = text;
+}
+
+const DictionaryDataBlock* Dictionary::block(int i) const {
+    if (i < 0 || i >= blocks()) return nullptr;
+    return blocks_[static_cast<size_t>(i)];
+}
+
+int Dictionary::Entry_Add(const char* text, int length) {
+    if (length == -1) length = text != nullptr ? static_cast<int>(std::strlen(text)) : 0;
+    // A block for the text must stay within 31 bits.
+    if (length < 0 || length > INT_MAX - TF_DATA_BLOCK_SIZE) return -1;
+    if (length > 0 && text == nullptr) return -1;
+    if (entries() == entry_capacity_) {
+        entry_capacity_ += DICTIONARY_ENTRY_STEP;
+        entries_.reserve(static_cast<size_t>(entry_capacity_));
+    }
+    int index = entries();
+    entries_.push_back(Entry_Slot{nullptr, -1, length});
+    Entry_Slot& entry = entries_.back();
+    if (current_ != nullptr) {
+        int offset = current_->Add(text, length);
+        if (offset != -1) {
+            entry.block = current_;
+            entry.offset = offset;
+            return index;
+        }
+    }
+    // No block yet, or the current one is full: a new block that surely holds the text. The
+    // earlier block keeps its unused tail.
+    DictionaryDataBlock* block = new DictionaryDataBlock(block_capacity_for(length));
+    current_ = block;
+    entry.offset = block->Add(text, length);
+    entry.block = block;
+    blocks_.push_back(block);
+    return index;
+}
+
+const char* Dictionary::Entry(int index, int* size) const {
+    if (index < 0 || index >= entries()) {
+        if (size != nullptr) *size = 0;
+        return nullptr;
+    }
+    const Entry_Slot& entry = entries_[static_cast<size_t>(index)];
+    if (size != nullptr) *size = entry.size;
+    return entry.block->data() + entry.offset;
+}
+
+int Dictionary::Entry_Offset(int index) const {
+    if (index < 0 || index >= entries()) return -1;
+    return entries_[static_cast<size_t>(index)].offset;
+}
+
+void Dictionary::Compress() {
+    Compress_Reference();
+}
+
+// One block of exactly the summed used counts, filled in index order. That size is enough
+// whenever the pool was a single block. After several blocks it can fall short by a few bytes:
+// a text appended again in a later block is now found in the earlier bytes and costs nothing,
+// so a later text that straddled its joint no longer straddles anything and must be appended.
+// Then the block grows, so that every entry still gets a real offset; the bytes are the same
+// as they would be in a block large enough from the start.
+void Dictionary::Compress_Reference() {
+    int total = 0;
+    for (const DictionaryDataBlock* block : blocks_) total += block->used();
+    DictionaryDataBlock* packed = new DictionaryDataBlock(total);
+    for (Entry_Slot& entry : entries_) {
+        const char* text = entry.block->data() + entry.offset;
+        int offset = packed->Add(text, entry.size);
+        if (offset == -1) {
+            packed->Grow(block_capacity_for(packed->used() + entry.size));
+            offset = packed->Add(text, entry.size);
+        }
+        entry.block = packed;
+        entry.offset = offset;
+    }
+    Free_Blocks();
+    blocks_.push_back(packed);
+    current_ = packed;
+}
+
+// Section "dict":
+//   0      4  dictionary_header.entries
+//   4      4  dictionary_header.data_size
+//   8      4  dictionary_header.flags  (bit 0: logging disabled)
+//  12 + 8i 4  dictionary_entry[i].offset  (within the data area)
+//  16 + 8i 4  dictionary_entry[i].size
+//  12 + 8n    data area: every block's used bytes, in list order
+bool Dictionary::Write(TaggedFile* file) {
+    file->Section_Start(TAG_DICT);
+    uint32_t data_size = 0;
+    for (DictionaryDataBlock* block : blocks_) {
+        block->base_ = static_cast<int>(data_size);
+        data_size += static_cast<uint32_t>(block->used());
+    }
+    unsigned char header[DICTIONARY_HEADER_SIZE];
+    put_u32(header + 0, static_cast<uint32_t>(entries()));
+    put_u32(header + 4, data_size);
+    put_u32(header + 8, static_cast<uint32_t>(flags_));
+    bool ok = file->Section_Write(header, DICTIONARY_HEADER_SIZE) == DICTIONARY_HEADER_SIZE;
+
+    if (ok) {
+        std::vector<unsigned char> table(entries_.size() * DICTIONARY_ENTRY_SIZE);
+        unsigned char* at = table.data();
+        for (const Entry_Slot& entry : entries_) {
+            put_u32(at + 0, static_cast<uint32_t>(entry.block->base()) +
+                                static_cast<uint32_t>(entry.offset));
+            put_u32(at + 4, static_cast<uint32_t>(entry.size));
+            at += DICTIONARY_ENTRY_SIZE;
+        }
+        int table_size = static_cast<int>(table.size());
+        ok = file->Section_Write(table.data(), table_size) == table_size;
+    }
+    for (size_t i = 0; ok && i < blocks_.size(); i++) {
+        ok = file->Section_Write(blocks_[i]->data(), blocks_[i]->used()) == blocks_[i]->used();
+    }
+    if (!ok) {
+        // The section stays open and unfinished; the caller abandons the file.
+        Error(file->error());
+        return false;
+    }
+    file->Section_End();
+    return true;
+}
+
+// Everything is read and checked into locals first; only then are the old contents replaced.
+// The section is left current in the container (no Section_Read_End).
+bool Dictionary::Read(TaggedFile* file) {
+    if (!file->Section_Read_Start(TAG_DICT)) {
+        Error(file->error());
+        return false;
+    }
+    unsigned char header[DICTIONARY_HEADER_SIZE];
+    if (file->Section_Read(header, DICTIONARY_HEADER_SIZE) != DICTIONARY_HEADER_SIZE) {
+        Error(file->error());
+        return false;
+    }
+    uint32_t entry_count = get_u32(header + 0);
+    if (entry_count > DICTIONARY_ENTRIES_LOOSE_MAX || entry_count > DICTIONARY_ENTRIES_MAX) {
+        Error("dictionary_header.entries out of range");
+        return false;
+    }
+    int data_size = get_s32(header + 4);
+    int block_count = data_size / TF_DATA_BLOCK_SIZE;
+    if (static_cast<uint32_t>(block_count + 1) > DICTIONARY_BLOCKS_MAX) {
+        Error("( dictionary_header.data_size / TF_DATA_BLOCK_SIZE ) + 1 out of range");
+        return false;
+    }
+    int flags = get_s32(header + 8);
+
+    int table_size = static_cast<int>(entry_count) * DICTIONARY_ENTRY_SIZE;
+    std::vector<unsigned char> table;
+    if (file->Section_Read_Vector(&table, table_size) != table_size) {
+        Error(file->error());
+        return false;
+    }
+    std::vector<Entry_Slot> entries(entry_count);
+    for (size_t i = 0; i < entries.size(); i++) {
+        int offset = get_s32(table.data() + i * DICTIONARY_ENTRY_SIZE);
+        int size = get_s32(table.data() + i * DICTIONARY_ENTRY_SIZE + 4);
+        int end = static_cast<int>(static_cast<uint32_t>(offset) + static_cast<uint32_t>(size));
+        if (offset < 0 || offset >= data_size) {
+            Error("dictionary_entry.offset out of range");
+            return false;
+        }
+        if (end < 0 || end > data_size) {
+            Error("dictionary_entry.offset + dictionary_entry.size out of range");
+            return false;
+        }
+        // A negative size can still end inside the data area; it would hand callers a
+        // negative length.
+        if (size < 0) {
+            Error("dictionary_entry.size out of range");
+            return false;
+        }
+        entries[i] = Entry_Slot{nullptr, offset, size};
+    }
+
+    // A negative data size asks for a negative count, which the container refuses; that
+    // refusal must not pass for a complete read just because both are -1.
+    std::vector<unsigned char> data;
+    int got = file->Section_Read_Vector(&data, data_size);
+    if (got < 0 || got != data_size) {
+        Error(file->error());
+        return false;
+    }
+    DictionaryDataBlock* block = new DictionaryDataBlock((block_count + 1) * TF_DATA_BLOCK_SIZE);
+    if (data_size > 0) std::memcpy(block->data_, data.data(), static_cast<size_t>(data_size));
+    block->used_ = data_size;
+    for (Entry_Slot& entry : entries) entry.block = block;
+
+    // The current block was one of the old ones; with them gone there is none.
+    Free_Blocks();
+    blocks_.push_back(block);
+    entries_.swap(entries);
+    entry_capacity_ = static_cast<int>(entry_count);
+    flags_ = flags;
+    return true;
+}

@@ -1,0 +1,112 @@
+// The string dictionary: one pool of every text a compiled file needs, each text stored once
+// where its bytes already occur, and its section "dict". Other sections refer to texts by
+// their entry index here.
+#ifndef TARN_COMPILED_DICTIONARY_H
+#define TARN_COMPILED_DICTIONARY_H
+
+#include <vector>
+
+#include "compiled/TaggedFile.h"
+#include "foundation/String.h"
+
+// The entry table grows by this many entries at a time.
+constexpr int DICTIONARY_ENTRY_STEP = 128;
+// Bit of the flags word: logging is disabled for the program (.disable_logging).
+constexpr int DICTIONARY_FLAG_DISABLE_LOGGING = 0x1;
+
+// Offset of the leftmost occurrence of 'text' ('n' bytes) within the first 'used' bytes of
+// 'bytes', or -1 when there is none; the empty text is at offset 0. Compares from the right
+// end of the text and skips by the bad-character rule. This is the search whose outcome fixes
+// the bytes of the section, so it is the reference any faster search must agree with.
+int dictionary_search(const char* bytes, int used, const char* text, int n);
+
+// One block of pool bytes.
+class DictionaryDataBlock {
+  public:
+    explicit DictionaryDataBlock(int capacity);
+    DictionaryDataBlock(const DictionaryDataBlock& other);
+    DictionaryDataBlock& operator=(const DictionaryDataBlock&) = delete;
+    virtual ~DictionaryDataBlock();
+
+    // Offset of the text's bytes within the block: where they already occur, else where they
+    // were appended; -1 when they had to be appended and do not fit.
+    int Add(const char* text, int length);
+    // Makes room for 'capacity' bytes in all; never shrinks.
+    void Grow(int capacity);
+
+    const char* data() const { return data_; }
+    int capacity() const { return capacity_; }
+    int used() const { return used_; }
+    // Offset of the block's first byte within the written data area, set while writing.
+    int base() const { return base_; }
+
+  private:
+    friend class Dictionary;
+
+    char* data_;
+    int capacity_;
+    int used_;
+    int base_;
+};
+
+class Dictionary {
+  public:
+    Dictionary();
+    // Deep copy: every block duplicated, each entry pointed at the copy of its block.
+    Dictionary(const Dictionary& other);
+    Dictionary& operator=(const Dictionary&) = delete;
+    virtual ~Dictionary();
+
+    virtual const String& error();
+    // An empty 'text' leaves the stored text as it was.
+    virtual void Error(const String& text);
+
+    // Index of a new entry for the text; every call adds one, even for a text added before (only
+    // bytes are shared). 'length' of -1 means 'text' is NUL-terminated and is measured. -1 for a
+    // length no block can hold.
+    int Entry_Add(const char* text, int length = -1);
+    // The entry's bytes (not terminated) and their count in 'size'; null and 0 for an index
+    // out of range.
+    const char* Entry(int index, int* size = nullptr) const;
+
+    // Repacks every text into one block, sharing bytes across everything added so far.
+    void Compress();
+    // The straightforward repacking, kept as the reference whose bytes a faster Compress must
+    // reproduce exactly.
+    void Compress_Reference();
+
+    // Writes or reads the section "dict"; false with the reason behind error(). A failed read
+    // leaves the dictionary as it was.
+    bool Write(TaggedFile* file);
+    bool Read(TaggedFile* file);
+
+    // ---- what readers, dumpers and tests look at ----
+    int entries() const { return static_cast<int>(entries_.size()); }
+    int entry_capacity() const { return entry_capacity_; }
+    // Offset of the entry's bytes within its block, -1 for an index out of range.
+    int Entry_Offset(int index) const;
+    int flags() const { return flags_; }
+    void SetFlags(int flags) { flags_ = flags; }
+    int blocks() const { return static_cast<int>(blocks_.size()); }
+    const DictionaryDataBlock* block(int i) const;
+
+  private:
+    struct Entry_Slot {
+        DictionaryDataBlock* block;
+        int offset;
+        int size;
+    };
+
+    void Free_Blocks();
+
+    String error_;
+    std::vector<Entry_Slot> entries_;
+    int entry_capacity_;
+    // Owned, in creation order.
+    std::vector<DictionaryDataBlock*> blocks_;
+    // The block new texts go into; one of 'blocks_', or null.
+    DictionaryDataBlock* current_;
+    int flags_;
+};
+
+#endif

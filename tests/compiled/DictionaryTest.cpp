@@ -1,0 +1,349 @@
+// String dictionary: where texts land (shared bytes, block granules, repacking), the section
+// "dict" byte for byte, and every read check with its message.
+#include "compiled/Dictionary.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include "foundation/ByteOrder.h"
+#include "support/MemoryFile.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+std::string text_of(const Dictionary& dictionary, int index) {
+    int size = 0;
+    const char* text = dictionary.Entry(index, &size);
+    return std::string(text, static_cast<size_t>(size));
+}
+
+std::string used_bytes(const DictionaryDataBlock* block) {
+    return std::string(block->data(), static_cast<size_t>(block->used()));
+}
+
+// A container whose only section is "dict" with the given bytes.
+Bytes container_with_dict(const Bytes& section) {
+    Bytes file = {'T', 'a', 'r', 'n', 0x01, 0x00, 0x01, 0x00};
+    file.resize(32 + section.size() + 12);
+    put_u32(file.data() + 24, static_cast<uint32_t>(32 + section.size()));
+    put_u32(file.data() + 28, 1);
+    std::copy(section.begin(), section.end(), file.begin() + 32);
+    unsigned char* entry = file.data() + 32 + section.size();
+    put_u32(entry + 0, TAG_DICT);
+    put_u32(entry + 4, 32);
+    put_u32(entry + 8, static_cast<uint32_t>(section.size()));
+    return file;
+}
+
+// "abc", "bc" and the empty text, logging disabled: "dict" as the dictionary writes it.
+// clang-format off
+const Bytes SMALL_DICT = {
+    0x03, 0x00, 0x00, 0x00,  // dictionary_header.entries 3
+    0x03, 0x00, 0x00, 0x00,  // dictionary_header.data_size 3
+    0x01, 0x00, 0x00, 0x00,  // dictionary_header.flags: logging disabled
+    0x00, 0x00, 0x00, 0x00,  // dictionary_entry[0].offset 0
+    0x03, 0x00, 0x00, 0x00,  // dictionary_entry[0].size 3
+    0x01, 0x00, 0x00, 0x00,  // dictionary_entry[1].offset 1
+    0x02, 0x00, 0x00, 0x00,  // dictionary_entry[1].size 2
+    0x00, 0x00, 0x00, 0x00,  // dictionary_entry[2].offset 0
+    0x00, 0x00, 0x00, 0x00,  // dictionary_entry[2].size 0
+    'a', 'b', 'c',           // data area
+};
+// clang-format on
+
+Bytes with_u32(Bytes bytes, size_t at, uint32_t value) {
+    put_u32(bytes.data() + at, value);
+    return bytes;
+}
+
+// Reads 'section' into a dictionary that already holds one text; the error text on failure
+// ("" on success), after checking that a failure left the old text in place.
+std::string read_into_filled(const Bytes& section) {
+    MemoryFileManager files;
+    files.Put("in.tnc", container_with_dict(section));
+    TaggedFile file(&files);
+    EXPECT_TRUE(file.Open("in.tnc", FILE_MODE_READ));
+    Dictionary dictionary;
+    dictionary.Entry_Add("old", 3);
+    if (dictionary.Read(&file)) return "";
+    EXPECT_EQ(dictionary.entries(), 1);
+    EXPECT_EQ(text_of(dictionary, 0), "old");
+    EXPECT_EQ(dictionary.flags(), 0);
+    return dictionary.error().c_str();
+}
+
+}  // namespace
+
+TEST(Dictionary, SharesBytesAtTheLeftmostOccurrence) {
+    struct Case {
+        std::vector<std::string> texts;
+        std::vector<int> offsets;
+        std::string pool;
+    } cases[] = {
+        {{"abc", "bc"}, {0, 1}, "abc"},
+        {{"ab", "cd", "bc"}, {0, 2, 1}, "abcd"},  // straddles the joint of two texts
+        {{"a", "aa", "aa"}, {0, 1, 0}, "aaa"},
+        {{"", "x", ""}, {0, 0, 0}, "x"},
+        {{"abcab", "cabd", "bca"}, {0, 5, 1}, "abcabcabd"},
+    };
+    for (const Case& c : cases) {
+        Dictionary dictionary;
+        for (size_t i = 0; i < c.texts.size(); i++) {
+            int length = static_cast<int>(c.texts[i].size());
+            EXPECT_EQ(dictionary.Entry_Add(c.texts[i].data(), length), static_cast<int>(i));
+            EXPECT_EQ(dictionary.Entry_Offset(static_cast<int>(i)), c.offsets[i]) << c.pool;
+            EXPECT_EQ(text_of(dictionary, static_cast<int>(i)), c.texts[i]);
+        }
+        ASSERT_EQ(dictionary.blocks(), 1);
+        EXPECT_EQ(used_bytes(dictionary.block(0)), c.pool);
+    }
+}
+
+// The bad-character skips must never step over an occurrence: against a plain leftmost find
+// over small alphabets, where near misses are common.
+TEST(Dictionary, SearchAgreesWithPlainLeftmostFind) {
+    std::mt19937 random(20240521);
+    for (int round = 0; round < 20000; round++) {
+        std::uniform_int_distribution<int> alphabet(1, 3);
+        std::uniform_int_distribution<int> length(0, 24);
+        char top = static_cast<char>('a' + alphabet(random));
+        auto make = [&](int n) {
+            std::string s;
+            for (int i = 0; i < n; i++) {
+                s += static_cast<char>(std::uniform_int_distribution<int>('a', top)(random));
+            }
+            return s;
+        };
+        std::string pool = make(length(random));
+        std::string text = make(length(random) / 4);
+        size_t expected = pool.find(text);
+        int found = dictionary_search(pool.data(), static_cast<int>(pool.size()), text.data(),
+                                      static_cast<int>(text.size()));
+        ASSERT_EQ(found, expected == std::string::npos ? -1 : static_cast<int>(expected))
+            << "pool " << pool << " text " << text;
+    }
+}
+
+TEST(Dictionary, StartsBlocksInWholeGranules) {
+    for (int length : {8191, 8192}) {
+        Dictionary dictionary;
+        dictionary.Entry_Add("q", -1);
+        std::string big(static_cast<size_t>(length), 'z');
+        dictionary.Entry_Add(big.data(), length);
+        // 8191 bytes still fit behind "q"; 8192 do not and take a block of two granules.
+        ASSERT_EQ(dictionary.blocks(), length == 8191 ? 1 : 2) << length;
+        EXPECT_EQ(dictionary.block(dictionary.blocks() - 1)->capacity(),
+                  length == 8191 ? 8192 : 16384);
+        EXPECT_EQ(text_of(dictionary, 1), big);
+    }
+}
+
+TEST(Dictionary, EntryTableGrowsByOneHundredTwentyEight) {
+    Dictionary dictionary;
+    for (int i = 0; i < 128; i++) dictionary.Entry_Add("t", 1);
+    EXPECT_EQ(dictionary.entry_capacity(), 128);
+    EXPECT_EQ(dictionary.Entry_Add("t", 1), 128);
+    EXPECT_EQ(dictionary.entry_capacity(), 256);
+    int size = 7;
+    EXPECT_EQ(dictionary.Entry(-1, &size), nullptr);
+    EXPECT_EQ(size, 0);
+    size = 7;
+    EXPECT_EQ(dictionary.Entry(129, &size), nullptr);
+    EXPECT_EQ(size, 0);
+}
+
+TEST(Dictionary, CompressSharesAcrossBlocks) {
+    Dictionary dictionary;
+    std::string filler(8190, 'x');
+    dictionary.Entry_Add(filler.data(), 8190);
+    dictionary.Entry_Add("ab", 2);  // fills the first block
+    dictionary.Entry_Add("cd", 2);  // starts a second one
+    dictionary.Entry_Add("bc", 2);  // not in the second block: appended there
+    ASSERT_EQ(dictionary.blocks(), 2);
+    EXPECT_EQ(used_bytes(dictionary.block(1)), "cdbc");
+
+    // Repacked, "bc" straddles the joint of "ab" and "cd" and costs nothing.
+    dictionary.Compress();
+    ASSERT_EQ(dictionary.blocks(), 1);
+    EXPECT_EQ(used_bytes(dictionary.block(0)), filler + "abcd");
+    EXPECT_EQ(dictionary.block(0)->capacity(), 8196);
+    EXPECT_EQ(dictionary.Entry_Offset(3), 8191);
+    EXPECT_EQ(text_of(dictionary, 3), "bc");
+}
+
+// After several blocks the summed used counts can fall short: "ab" was appended again in the
+// second block, is found in the first one's bytes now, and "abcd", which straddled "ab" and
+// "cd" there, must be appended. The block grows rather than leaving the entry without bytes.
+TEST(Dictionary, CompressGrowsWhenSharingIsLostAcrossBlocks) {
+    Dictionary dictionary;
+    std::string filler = "ab" + std::string(8189, 'x');
+    dictionary.Entry_Add(filler.data(), static_cast<int>(filler.size()));
+    for (const char* text : {"zz", "ab", "cd", "abcd"}) dictionary.Entry_Add(text, -1);
+    ASSERT_EQ(dictionary.blocks(), 2);
+    EXPECT_EQ(used_bytes(dictionary.block(1)), "zzabcd");
+
+    Dictionary copy(dictionary);
+    dictionary.Compress();
+    ASSERT_EQ(dictionary.blocks(), 1);
+    EXPECT_EQ(used_bytes(dictionary.block(0)), filler + "zzcdabcd");
+    const int offsets[] = {0, 8191, 0, 8193, 8195};
+    for (int i = 0; i < 5; i++) {
+        EXPECT_EQ(dictionary.Entry_Offset(i), offsets[i]) << i;
+        EXPECT_EQ(text_of(dictionary, i), text_of(copy, i)) << i;
+    }
+}
+
+TEST(Dictionary, CopyIsDeep) {
+    Dictionary dictionary;
+    dictionary.Entry_Add("first", -1);
+    dictionary.SetFlags(DICTIONARY_FLAG_DISABLE_LOGGING);
+    Dictionary copy(dictionary);
+    copy.Entry_Add("second", -1);
+    EXPECT_EQ(dictionary.entries(), 1);
+    EXPECT_EQ(used_bytes(dictionary.block(0)), "first");
+    EXPECT_EQ(used_bytes(copy.block(0)), "firstsecond");
+    EXPECT_NE(copy.Entry(0), dictionary.Entry(0));
+    EXPECT_EQ(copy.flags(), 1);
+}
+
+TEST(Dictionary, WritesTheSectionExactlyAndReadsItBack) {
+    Dictionary dictionary;
+    dictionary.Entry_Add("abc", -1);
+    dictionary.Entry_Add("bc", -1);
+    dictionary.Entry_Add("", -1);
+    dictionary.SetFlags(DICTIONARY_FLAG_DISABLE_LOGGING);
+    dictionary.Compress();
+    MemoryFileManager files;
+    TaggedFile file(&files);
+    ASSERT_TRUE(file.Create("dict.tnc", nullptr, 0x10001));
+    ASSERT_TRUE(dictionary.Write(&file));
+    ASSERT_TRUE(file.Section_Flush());
+    EXPECT_EQ(files.Get("dict.tnc"), container_with_dict(SMALL_DICT));
+
+    TaggedFile in(&files);
+    ASSERT_TRUE(in.Open("dict.tnc", FILE_MODE_READ));
+    Dictionary loaded;
+    ASSERT_TRUE(loaded.Read(&in)) << loaded.error().c_str();
+    EXPECT_EQ(loaded.entries(), 3);
+    EXPECT_EQ(loaded.entry_capacity(), 3);
+    EXPECT_EQ(loaded.flags(), 1);
+    EXPECT_EQ(text_of(loaded, 1), "bc");
+    EXPECT_EQ(loaded.block(0)->capacity(), 8192);
+}
+
+// Without Compress every block is written in turn and entries are placed by block base.
+TEST(Dictionary, WritesSeveralBlocksBackToBack) {
+    Dictionary dictionary;
+    std::string big(8190, 'k');
+    dictionary.Entry_Add(big.data(), 8190);
+    dictionary.Entry_Add("xyz", 3);
+    dictionary.Entry_Add("yz", 2);
+    MemoryFileManager files;
+    TaggedFile file(&files);
+    ASSERT_TRUE(file.Create("two.tnc", nullptr, 0));
+    ASSERT_TRUE(dictionary.Write(&file));
+    ASSERT_TRUE(file.Section_Flush());
+
+    TaggedFile in(&files);
+    ASSERT_TRUE(in.Open("two.tnc", FILE_MODE_READ));
+    EXPECT_EQ(in.directory_entry(0)->size, 12 + 3 * 8 + 8193);
+    Dictionary loaded;
+    ASSERT_TRUE(loaded.Read(&in));
+    ASSERT_EQ(loaded.blocks(), 1);
+    EXPECT_EQ(loaded.Entry_Offset(2), 8191);
+    for (int i = 0; i < 3; i++) EXPECT_EQ(text_of(loaded, i), text_of(dictionary, i));
+}
+
+TEST(Dictionary, RejectsBadSectionsAndKeepsItsContents) {
+    const char* offset_range = "dictionary_entry.offset out of range";
+    const char* end_range = "dictionary_entry.offset + dictionary_entry.size out of range";
+    const char* blocks_range =
+        "( dictionary_header.data_size / TF_DATA_BLOCK_SIZE ) + 1 out of range";
+    // An empty data area with no entries, for the header limits.
+    const Bytes bare = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    struct Case {
+        const char* what;
+        Bytes section;
+        const char* message;
+    } cases[] = {
+        {"entries 0x10000000", with_u32(SMALL_DICT, 0, 0x10000000),
+         "dictionary_header.entries out of range"},
+        {"entries 0x08000000", with_u32(SMALL_DICT, 0, 0x08000000),
+         "dictionary_header.entries out of range"},
+        {"entries 0x07FFFFFF, table missing", with_u32(SMALL_DICT, 0, 0x07FFFFFF),
+         "Unexpected end of file"},
+        {"data size at the block limit, data missing", with_u32(bare, 4, 0x3FFFE * 8192 + 8191),
+         "Unexpected end of file"},
+        {"data size past the block limit", with_u32(bare, 4, 0x3FFFF * 8192), blocks_range},
+        {"data size INT_MIN", with_u32(bare, 4, 0x80000000), blocks_range},
+        {"negative data size", with_u32(bare, 4, 0xFFFFFFFF), "Invalid size"},
+        {"empty text at the data size", with_u32(SMALL_DICT, 28, 3), offset_range},
+        {"negative offset", with_u32(SMALL_DICT, 12, 0xFFFFFFFF), offset_range},
+        {"end past the data", with_u32(SMALL_DICT, 24, 3), end_range},
+        {"end below zero", with_u32(SMALL_DICT, 24, 0xFFFFFFF0), end_range},
+        {"end wraps", with_u32(SMALL_DICT, 24, 0x7FFFFFFF), end_range},
+        {"negative size ending inside", with_u32(SMALL_DICT, 24, 0xFFFFFFFF),
+         "dictionary_entry.size out of range"},
+        {"data area cut short", Bytes(SMALL_DICT.begin(), SMALL_DICT.end() - 1),
+         "Unexpected end of file"},
+        {"good", SMALL_DICT, ""},
+        {"empty text below the data size", with_u32(SMALL_DICT, 28, 2), ""},
+    };
+    for (const Case& c : cases) EXPECT_EQ(read_into_filled(c.section), c.message) << c.what;
+}
+
+TEST(Dictionary, AllEmptyTextsWriteButDoNotReadBack) {
+    Dictionary dictionary;
+    dictionary.Entry_Add("", 0);
+    dictionary.Compress();
+    MemoryFileManager files;
+    TaggedFile file(&files);
+    ASSERT_TRUE(file.Create("empty.tnc", nullptr, 0));
+    ASSERT_TRUE(dictionary.Write(&file));
+    ASSERT_TRUE(file.Section_Flush());
+    Bytes bytes = files.Get("empty.tnc");
+    EXPECT_EQ(Bytes(bytes.begin() + 32, bytes.begin() + 52),
+              Bytes({1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(read_into_filled(Bytes(bytes.begin() + 32, bytes.begin() + 52)),
+              "dictionary_entry.offset out of range");
+}
+
+// Every prefix of the section is refused with the container's reason.
+TEST(Dictionary, EveryTruncatedSectionIsRejected) {
+    for (size_t length = 0; length < SMALL_DICT.size(); length++) {
+        Bytes prefix(SMALL_DICT.begin(), SMALL_DICT.begin() + static_cast<long>(length));
+        EXPECT_EQ(read_into_filled(prefix), "Unexpected end of file") << length;
+    }
+    MemoryFileManager files;
+    files.Put("none.tnc", Bytes({'T', 'a', 'r', 'n', 1, 0, 1, 0, 0,  0, 0, 0, 0, 0, 0, 0,
+                                 0,   0,   0,   0,   0, 0, 0, 0, 32, 0, 0, 0, 0, 0, 0, 0}));
+    TaggedFile none(&files);
+    ASSERT_TRUE(none.Open("none.tnc", FILE_MODE_READ));
+    Dictionary dictionary;
+    EXPECT_FALSE(dictionary.Read(&none));
+    EXPECT_STREQ(dictionary.error().c_str(), "Invalid section");
+}
+
+TEST(Dictionary, WriteFailuresAreReported) {
+    for (int k = 1;; k++) {
+        MemoryFileManager files;
+        TaggedFile file(&files);
+        ASSERT_TRUE(file.Create("dict.tnc", nullptr, 0));
+        files.faults.fail_write_at = files.faults.writes + k;
+        Dictionary dictionary;
+        std::string big(8190, 'k');
+        dictionary.Entry_Add(big.data(), 8190);
+        dictionary.Entry_Add("xyz", 3);
+        bool ok = dictionary.Write(&file);
+        if (files.faults.writes < files.faults.fail_write_at) {
+            ASSERT_TRUE(ok);
+            break;
+        }
+        EXPECT_FALSE(ok) << k;
+        EXPECT_STREQ(dictionary.error().c_str(), "Injected write failure") << k;
+    }
+}
