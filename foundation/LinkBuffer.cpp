@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "driver/TarnApplication.h"
 #include "platform/Output.h"
 
 namespace {
@@ -113,6 +114,30 @@ void LinkBuffer::cat_hex(unsigned char byte) {
     cat(digits, 2);
 }
 
+void LinkBuffer::cat(int value) {
+    int length = 0;
+    int size = 0;
+    char* text = TarnApplication::itos(value, &length, &size);
+    cat_nocopy(text, length, size);
+}
+
+void LinkBuffer::cat(double value) {
+    int length = 0;
+    int size = 0;
+    char* text = TarnApplication::dtos(value, &length, &size);
+    cat_nocopy(text, length, size);
+}
+
+void LinkBuffer::cat(mpd_t* value) {
+    if (value == nullptr) {
+        return;
+    }
+    int length = 0;
+    int size = 0;
+    char* text = TarnApplication::mpdtos(value, &length, &size);
+    cat_nocopy(text, length, size);
+}
+
 void LinkBuffer::cat(const LinkBuffer* other) {
     if (other == nullptr || other == this) {
         return;
@@ -163,6 +188,30 @@ void LinkBuffer::prepend_nocopy(char* data, int length, int capacity) {
         new LinkBuffer_Block(data, length, capacity < length ? length : capacity);
     total_ += length;
     link_before_head(block, block);
+}
+
+void LinkBuffer::prepend(int value) {
+    int length = 0;
+    int size = 0;
+    char* text = TarnApplication::itos(value, &length, &size);
+    prepend_nocopy(text, length, size);
+}
+
+void LinkBuffer::prepend(double value) {
+    int length = 0;
+    int size = 0;
+    char* text = TarnApplication::dtos(value, &length, &size);
+    prepend_nocopy(text, length, size);
+}
+
+void LinkBuffer::prepend(mpd_t* value) {
+    if (value == nullptr) {
+        return;
+    }
+    int length = 0;
+    int size = 0;
+    char* text = TarnApplication::mpdtos(value, &length, &size);
+    prepend_nocopy(text, length, size);
 }
 
 void LinkBuffer::prepend(const LinkBuffer* other) {

@@ -3,6 +3,8 @@
 #ifndef TARN_FOUNDATION_LINKBUFFER_H
 #define TARN_FOUNDATION_LINKBUFFER_H
 
+#include <mpdecimal.h>
+
 class Output;
 
 // One block of the chain. It owns its array and every block after it.
@@ -45,6 +47,10 @@ class LinkBuffer {
     void cat_nocopy(char* data, int length, int capacity);
     // Two upper-case hexadecimal digits, high nibble first.
     void cat_hex(unsigned char byte);
+    // The number's text as the application writes it, adopted as a block of its own.
+    void cat(int value);
+    void cat(double value);
+    void cat(mpd_t* value);
     // Appends a copy of every block of 'other', first to last.
     void cat(const LinkBuffer* other);
     // Moves the blocks of 'other' behind the tail without copying, then deletes 'other'.
@@ -53,6 +59,9 @@ class LinkBuffer {
     // ---- prepending ----
     void prepend(const char* bytes, int length);
     void prepend_nocopy(char* data, int length, int capacity);
+    void prepend(int value);
+    void prepend(double value);
+    void prepend(mpd_t* value);
     // Prepends copies of the blocks of 'other' so that their order is kept.
     void prepend(const LinkBuffer* other);
     // Moves the blocks of 'other' before the head without copying, then deletes 'other'.

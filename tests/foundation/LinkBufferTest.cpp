@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "driver/TarnApplication.h"
 #include "platform/Output.h"
 
 namespace {
@@ -91,6 +92,28 @@ TEST(LinkBuffer, AdoptedBlocksTakeLaterAppends) {
     EXPECT_EQ(contents(buffer), "<_abcdefgh");
     EXPECT_EQ(buffer.head()->previous, nullptr);
     EXPECT_EQ(buffer.tail()->data, adopted);
+}
+
+TEST(LinkBuffer, NumbersAreAdoptedAsBlocks) {
+    LinkBuffer buffer(16, 16);
+    buffer.cat("n=", 2);
+    buffer.cat(-2147483647 - 1);
+    buffer.cat(";", 1);  // fills the spare byte the number's text came with
+    EXPECT_EQ(buffer.tail()->used, buffer.tail()->capacity);
+    buffer.prepend(42);
+    buffer.cat(0.5);
+    mpd_t* decimal = TarnApplication::stompd("12.50", -1);
+    buffer.cat(decimal);
+    buffer.prepend(decimal);
+    buffer.cat(static_cast<mpd_t*>(nullptr));
+    char* half = TarnApplication::dtos(0.5);
+    char* twelve = TarnApplication::mpdtos(decimal);
+    mpd_del(decimal);
+    std::string expected = std::string(twelve) + "42n=-2147483648;" + half + twelve;
+    EXPECT_EQ(contents(buffer), expected);
+    EXPECT_EQ(buffer.total(), static_cast<int>(expected.size()));
+    delete[] half;
+    delete[] twelve;
 }
 
 TEST(LinkBuffer, CopyingAndMovingChains) {
