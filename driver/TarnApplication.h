@@ -17,6 +17,7 @@ class CommerceManager;
 class DatabaseManager;
 class FileManager;
 class LibraryManager;
+class LinkBuffer;
 class NetworkManager;
 class Output;
 class SystemLibraryManager;
@@ -167,6 +168,31 @@ class TarnApplication {
     static double mpdtod(const mpd_t* value);
     // Length of the text mpdtos gives for 'value'.
     static int mpdsize(const mpd_t* value);
+
+    // ---- text encoders ----
+    // Results are NUL-terminated arrays owned by the caller; 'length' of -1 means strlen.
+    // HTML text: " & ( ) < > become entities; the apostrophe is left as it is.
+    static char* EncodeEntities(const char* text, int length, int* result_length = nullptr,
+                                int* result_size = nullptr);
+    static String EncodeEntities(const String& text);
+    // &quot; &amp; &apos; &lt; &gt; and &#N; / &#xH; back to bytes (UTF-8 above 127); any
+    // other '&' stays as it is.
+    static char* DecodeEntities(const char* text, int length, int* result_length = nullptr,
+                                int* result_size = nullptr);
+    // An attribute value safe inside either quote: EncodeEntities, plus ' and bytes below 32 as
+    // &#N;.
+    static char* EncodeAttribute(const char* text, int length, int* result_length = nullptr,
+                                 int* result_size = nullptr);
+    // The inverse of EncodeAttribute: the same decoding as DecodeEntities.
+    static char* DecodeAttribute(const char* text, int length, int* result_length = nullptr,
+                                 int* result_size = nullptr);
+    // The text with every NUL byte removed.
+    static char* StripNULLs(const char* text, int length, int* result_length = nullptr,
+                            int* result_size = nullptr);
+    // Escapes the text for a JavaScript string literal, by the UTF-8 flag, appending to 'buffer'
+    // or to a new buffer (units length + 512 and 512) when it is null; returns the buffer,
+    // which the caller owns when it was made here.
+    LinkBuffer* EncodeJavaScriptString(const char* text, int length, LinkBuffer* buffer);
 
     // ---- state read by the runtime ----
     int heartbeatcount() const { return heartbeat_count_; }
