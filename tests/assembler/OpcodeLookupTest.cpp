@@ -70,16 +70,12 @@ TEST(OpcodeLookup, KnownRows) {
     } rows[] = {
         {"noop", 0x0000, 0, OPERAND_NONE, OPERAND_NONE},
         {"pushf", 0x8003, 1, OPERAND_NUMBER, OPERAND_NONE},
-        {"pushl", 0x4006, 1, OPERAND_LOCAL, OPERAND_NONE},
         {"jmp_eq", 0x4026, 1, OPERAND_LABEL, OPERAND_NONE},
         {"call", 0x403D, 1, OPERAND_FUNCTION, OPERAND_NONE},
+        // Same low byte, different groups.
         {"roundf", 0x0025, 0, OPERAND_NONE, OPERAND_NONE},
         {"jmp", 0x4025, 1, OPERAND_LABEL, OPERAND_NONE},
         {"httpn", 0x5113, 2, OPERAND_LABEL, OPERAND_INTEGER},
-        {"cmpgi", 0x5302, 2, OPERAND_GLOBAL, OPERAND_INTEGER},
-        {"popdc", 0x5010, 2, OPERAND_STRING, OPERAND_STRING},
-        {"pops", 0x400C, 1, OPERAND_SYSTEM, OPERAND_NONE},
-        {"dbcommand", 0x021A, 0, OPERAND_NONE, OPERAND_NONE},
     };
     for (const Row& row : rows) {
         const OpcodeEntry* e = lookup.Lookup(row.name, -1);

@@ -79,18 +79,6 @@ TEST(AssemblerApplication, CommandLineParsing) {
     }
 }
 
-TEST(AssemblerApplication, HelpAndVersionEndTheRunWithoutAFile) {
-    CommandLine version({"tnasm", "--version", "missing.s"});
-    EXPECT_EQ(version.app->Go(), 0);
-    EXPECT_EQ(version.capture->out, "5.52\n");
-    EXPECT_EQ(version.capture->err, "");
-
-    CommandLine help({"./bin/tnasm", "--help", "--bogus"});
-    EXPECT_EQ(help.app->Go(), 1);
-    EXPECT_EQ(help.capture->out.rfind("Usage: tnasm [options] file...\n", 0), 0u);
-    EXPECT_EQ(help.capture->err, "tnasm: Invalid option '--bogus'\n");
-}
-
 TEST(AssemblerApplication, ReportFormats) {
     CommandLine run({"C:\\tools\\tnasm.exe"});
     EXPECT_STREQ(run.app->basename(), "tnasm.exe");
