@@ -297,14 +297,14 @@ bool TarnApplication::CharacterSetIsUTF8() {
 
 // ---- logging ----
 
-// A filter specification is a comma-separated list of items "[!]events[:function]": 'events'
+// A log filter is a comma-separated list of items "[!]events[:function]": 'events'
 // is a number as stoi reads it (decimal or 0x hexadecimal, several event bits at once), the
 // optional function name narrows the item to that function, and a leading '!' excludes what
 // the item names. Blanks around items are ignored; an empty item is skipped. Items before a bad
 // one stay in the filter.
-int TarnApplication::ParseLogFilter(const char* specification) {
-    if (specification == nullptr) return 0;
-    const char* p = specification;
+int TarnApplication::ParseLogFilter(const char* filter_text) {
+    if (filter_text == nullptr) return 0;
+    const char* p = filter_text;
     while (*p != '\0') {
         while (*p == ' ' || *p == '\t') ++p;
         const char* item_end = std::strchr(p, ',');

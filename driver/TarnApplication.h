@@ -131,8 +131,8 @@ class TarnApplication {
     virtual bool SSL_Available();
     virtual bool SSL_Initialize() = 0;
     virtual void* SSL_GetFunction(const char* name) = 0;
-    // Adds the items of 'specification' to the log filter; 0 on success, 1 on a bad item.
-    virtual int ParseLogFilter(const char* specification);
+    // Adds the items of 'filter_text' to the log filter; 0 on success, 1 on a bad item.
+    virtual int ParseLogFilter(const char* filter_text);
     virtual void Log(unsigned code, LogParameter* parameters);
     virtual const char* Log_Description(unsigned code);
     virtual int Notify_InputError(const String& text);
