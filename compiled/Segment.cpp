@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdarg>
 #include <cstring>
+#include <string>
 
 #include "foundation/ByteOrder.h"
 
@@ -75,7 +76,8 @@ static_assert(sizeof LISTING_NAMES / sizeof LISTING_NAMES[0] == 126,
               "one listing name per named instruction code");
 
 // Appends printf-style text to 'out'.
-__attribute__((format(printf, 2, 3))) void append_format(String* out, const char* format, ...) {
+__attribute__((format(printf, 2, 3))) void append_format(std::string* out, const char* format,
+                                                         ...) {
     char small[64];
     va_list args;
     va_start(args, format);
@@ -83,7 +85,7 @@ __attribute__((format(printf, 2, 3))) void append_format(String* out, const char
     va_end(args);
     if (n < 0) return;
     if (n < static_cast<int>(sizeof small)) {
-        out->cat(small, n);
+        out->append(small, static_cast<size_t>(n));
         return;
     }
     // Only "%f" of a huge double gets here.
@@ -91,7 +93,7 @@ __attribute__((format(printf, 2, 3))) void append_format(String* out, const char
     va_start(args, format);
     std::vsnprintf(big, static_cast<size_t>(n) + 1, format, args);
     va_end(args);
-    out->cat(big, n);
+    out->append(big, static_cast<size_t>(n));
     delete[] big;
 }
 
@@ -224,7 +226,15 @@ bool Segment::Write(TaggedFile* file) {
 // code is still decoded by its bits. Both second-operand bits set print nothing at all, not even
 // the newline, so the next instruction goes on the same line; the listing keeps that as it is.
 // An operand cut off by the end of the segment ends the listing with a newline.
+// The listing is built in a standard string, which grows geometrically; appending line by line
+// to a String, which grows in 24-byte steps, would copy a long listing over and over.
 void Segment::Listing(String* out, const char* expression, int expression_length) const {
+    std::string listing;
+    List(&listing, expression, expression_length);
+    out->cat(listing.data(), static_cast<int>(listing.size()));
+}
+
+void Segment::List(std::string* out, const char* expression, int expression_length) const {
     if (expression == nullptr) expression = "";
     if (expression_length < 0) expression_length = static_cast<int>(std::strlen(expression));
     append_format(out, "\n\nExpression: %.*s\n", expression_length, expression);
@@ -235,10 +245,10 @@ void Segment::Listing(String* out, const char* expression, int expression_length
         append_format(out, "%d\t", position);
         const char* name = segment_listing_name(code);
         if (name != nullptr) {
-            out->cat(name);
-            out->cat('\t');
+            out->append(name);
+            out->push_back('\t');
         } else {
-            out->cat("Illegal Instruction\n");
+            out->append("Illegal Instruction\n");
         }
         unsigned dword = 0;
         double real = 0;
@@ -263,12 +273,12 @@ void Segment::Listing(String* out, const char* expression, int expression_length
                     if (next >= 0) append_format(out, ", double:%f\n", real);
                     break;
                 case 0:
-                    out->cat('\n');
+                    out->push_back('\n');
                     break;
             }
         }
         if (next < 0) {
-            out->cat('\n');
+            out->push_back('\n');
             break;
         }
         if (next >= length_) break;
@@ -277,12 +287,10 @@ void Segment::Listing(String* out, const char* expression, int expression_length
 }
 
 void Segment::Dump(FILE* out, const char* expression, int expression_length) const {
-    String listing;
-    Listing(&listing, expression, expression_length);
-    if (listing.length() > 0) {
-        // A debugging aid: a listing cut short by a full disk is not worth a report.
-        (void)std::fwrite(listing.c_str(), 1, static_cast<size_t>(listing.length()), out);
-    }
+    std::string listing;
+    List(&listing, expression, expression_length);
+    // A debugging aid: a listing cut short by a full disk is not worth a report.
+    (void)std::fwrite(listing.data(), 1, listing.size(), out);
 }
 
 void Segment::Dump(const char* path, const char* expression, int expression_length) const {

@@ -4,6 +4,7 @@
 #define TARN_COMPILED_SEGMENT_H
 
 #include <cstdio>
+#include <string>
 
 #include "compiled/TaggedFile.h"
 #include "foundation/String.h"
@@ -67,6 +68,7 @@ class Segment {
     // Grows for a value of 'width' bytes at 'position'; false when no segment can hold it.
     bool Reserve(int position, int width);
     bool Holds(int position, int width) const;
+    void List(std::string* out, const char* expression, int expression_length) const;
 
     int number_;
     char* data_;

@@ -6,14 +6,10 @@
 
 #include <random>
 #include <string>
-#include <vector>
 
-#include "foundation/ByteOrder.h"
-#include "support/MemoryFile.h"
+#include "tests/compiled/TableFiles.h"
 
 namespace {
-
-using Bytes = std::vector<unsigned char>;
 
 std::string text_of(const Dictionary& dictionary, int index) {
     int size = 0;
@@ -23,20 +19,6 @@ std::string text_of(const Dictionary& dictionary, int index) {
 
 std::string used_bytes(const DictionaryDataBlock* block) {
     return std::string(block->data(), static_cast<size_t>(block->used()));
-}
-
-// A container whose only section is "dict" with the given bytes.
-Bytes container_with_dict(const Bytes& section) {
-    Bytes file = {'T', 'a', 'r', 'n', 0x01, 0x00, 0x01, 0x00};
-    file.resize(32 + section.size() + 12);
-    put_u32(file.data() + 24, static_cast<uint32_t>(32 + section.size()));
-    put_u32(file.data() + 28, 1);
-    std::copy(section.begin(), section.end(), file.begin() + 32);
-    unsigned char* entry = file.data() + 32 + section.size();
-    put_u32(entry + 0, TAG_DICT);
-    put_u32(entry + 4, 32);
-    put_u32(entry + 8, static_cast<uint32_t>(section.size()));
-    return file;
 }
 
 // "abc", "bc" and the empty text, logging disabled: "dict" as the dictionary writes it.
@@ -63,13 +45,11 @@ Bytes with_u32(Bytes bytes, size_t at, uint32_t value) {
 // Reads 'section' into a dictionary that already holds one text; the error text on failure
 // ("" on success), after checking that a failure left the old text in place.
 std::string read_into_filled(const Bytes& section) {
-    MemoryFileManager files;
-    files.Put("in.tnc", container_with_dict(section));
-    TaggedFile file(&files);
-    EXPECT_TRUE(file.Open("in.tnc", FILE_MODE_READ));
+    OpenContainer in(container_with(TAG_DICT, section));
+    EXPECT_TRUE(in.opened);
     Dictionary dictionary;
     dictionary.Entry_Add("old", 3);
-    if (dictionary.Read(&file)) return "";
+    if (dictionary.Read(&in.file)) return "";
     EXPECT_EQ(dictionary.entries(), 1);
     EXPECT_EQ(text_of(dictionary, 0), "old");
     EXPECT_EQ(dictionary.flags(), 0);
@@ -212,22 +192,15 @@ TEST(Dictionary, CopyIsDeep) {
 
 TEST(Dictionary, WritesTheSectionExactlyAndReadsItBack) {
     Dictionary dictionary;
-    dictionary.Entry_Add("abc", -1);
-    dictionary.Entry_Add("bc", -1);
-    dictionary.Entry_Add("", -1);
+    for (const char* text : {"abc", "bc", ""}) dictionary.Entry_Add(text, -1);
     dictionary.SetFlags(DICTIONARY_FLAG_DISABLE_LOGGING);
     dictionary.Compress();
-    MemoryFileManager files;
-    TaggedFile file(&files);
-    ASSERT_TRUE(file.Create("dict.tnc", nullptr, 0x10001));
-    ASSERT_TRUE(dictionary.Write(&file));
-    ASSERT_TRUE(file.Section_Flush());
-    EXPECT_EQ(files.Get("dict.tnc"), container_with_dict(SMALL_DICT));
+    Bytes written = write_container([&](TaggedFile& file) { return dictionary.Write(&file); });
+    EXPECT_EQ(written, container_with(TAG_DICT, SMALL_DICT));
 
-    TaggedFile in(&files);
-    ASSERT_TRUE(in.Open("dict.tnc", FILE_MODE_READ));
+    OpenContainer in(written);
     Dictionary loaded;
-    ASSERT_TRUE(loaded.Read(&in)) << loaded.error().c_str();
+    ASSERT_TRUE(loaded.Read(&in.file)) << loaded.error().c_str();
     EXPECT_EQ(loaded.entries(), 3);
     EXPECT_EQ(loaded.entry_capacity(), 3);
     EXPECT_EQ(loaded.flags(), 1);
@@ -242,18 +215,10 @@ TEST(Dictionary, WritesSeveralBlocksBackToBack) {
     dictionary.Entry_Add(big.data(), 8190);
     dictionary.Entry_Add("xyz", 3);
     dictionary.Entry_Add("yz", 2);
-    MemoryFileManager files;
-    TaggedFile file(&files);
-    ASSERT_TRUE(file.Create("two.tnc", nullptr, 0));
-    ASSERT_TRUE(dictionary.Write(&file));
-    ASSERT_TRUE(file.Section_Flush());
-
-    TaggedFile in(&files);
-    ASSERT_TRUE(in.Open("two.tnc", FILE_MODE_READ));
-    EXPECT_EQ(in.directory_entry(0)->size, 12 + 3 * 8 + 8193);
+    OpenContainer in(write_container([&](TaggedFile& file) { return dictionary.Write(&file); }));
+    EXPECT_EQ(in.file.directory_entry(0)->size, 12 + 3 * 8 + 8193);
     Dictionary loaded;
-    ASSERT_TRUE(loaded.Read(&in));
-    ASSERT_EQ(loaded.blocks(), 1);
+    ASSERT_TRUE(loaded.Read(&in.file));
     EXPECT_EQ(loaded.Entry_Offset(2), 8191);
     for (int i = 0; i < 3; i++) EXPECT_EQ(text_of(loaded, i), text_of(dictionary, i));
 }
@@ -264,7 +229,7 @@ TEST(Dictionary, RejectsBadSectionsAndKeepsItsContents) {
     const char* blocks_range =
         "( dictionary_header.data_size / TF_DATA_BLOCK_SIZE ) + 1 out of range";
     // An empty data area with no entries, for the header limits.
-    const Bytes bare = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    const Bytes bare = cat({u32(0), u32(0), u32(0)});
     struct Case {
         const char* what;
         Bytes section;
@@ -296,35 +261,28 @@ TEST(Dictionary, RejectsBadSectionsAndKeepsItsContents) {
     for (const Case& c : cases) EXPECT_EQ(read_into_filled(c.section), c.message) << c.what;
 }
 
+// Written with data size 0 and the entry at offset 0, which the reader refuses: an offset must
+// lie below the data size.
 TEST(Dictionary, AllEmptyTextsWriteButDoNotReadBack) {
     Dictionary dictionary;
     dictionary.Entry_Add("", 0);
     dictionary.Compress();
-    MemoryFileManager files;
-    TaggedFile file(&files);
-    ASSERT_TRUE(file.Create("empty.tnc", nullptr, 0));
-    ASSERT_TRUE(dictionary.Write(&file));
-    ASSERT_TRUE(file.Section_Flush());
-    Bytes bytes = files.Get("empty.tnc");
-    EXPECT_EQ(Bytes(bytes.begin() + 32, bytes.begin() + 52),
-              Bytes({1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
-    EXPECT_EQ(read_into_filled(Bytes(bytes.begin() + 32, bytes.begin() + 52)),
-              "dictionary_entry.offset out of range");
+    Bytes section =
+        sections_of(write_container([&](TaggedFile& file) { return dictionary.Write(&file); }))[0]
+            .bytes;
+    EXPECT_EQ(section, cat({u32(1), u32(0), u32(0), u32(0), u32(0)}));
+    EXPECT_EQ(read_into_filled(section), "dictionary_entry.offset out of range");
 }
 
-// Every prefix of the section is refused with the container's reason.
+// Every prefix of the section is refused with the container's reason; so is a missing one.
 TEST(Dictionary, EveryTruncatedSectionIsRejected) {
     for (size_t length = 0; length < SMALL_DICT.size(); length++) {
         Bytes prefix(SMALL_DICT.begin(), SMALL_DICT.begin() + static_cast<long>(length));
         EXPECT_EQ(read_into_filled(prefix), "Unexpected end of file") << length;
     }
-    MemoryFileManager files;
-    files.Put("none.tnc", Bytes({'T', 'a', 'r', 'n', 1, 0, 1, 0, 0,  0, 0, 0, 0, 0, 0, 0,
-                                 0,   0,   0,   0,   0, 0, 0, 0, 32, 0, 0, 0, 0, 0, 0, 0}));
-    TaggedFile none(&files);
-    ASSERT_TRUE(none.Open("none.tnc", FILE_MODE_READ));
+    OpenContainer none(container_with(std::vector<Section>{}));
     Dictionary dictionary;
-    EXPECT_FALSE(dictionary.Read(&none));
+    EXPECT_FALSE(dictionary.Read(&none.file));
     EXPECT_STREQ(dictionary.error().c_str(), "Invalid section");
 }
 
