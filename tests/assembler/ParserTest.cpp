@@ -1,0 +1,250 @@
+// Statement grammar: the operations each statement form calls, every grammar error with its
+// message and line, the kept quirks, and how failures of the operations end the run.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/assembler/ParserRecorder.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+struct Outcome {
+    int result;
+    std::string calls;
+    // The last record and the number of reports.
+    std::string last;
+    int reports;
+};
+
+Outcome assemble(const std::string& source, const std::map<std::string, int>& results = {}) {
+    ParserRecorder parser(source);
+    parser.results = results;
+    const int result = parser.Start();
+    int reports = 0;
+    for (const std::string& call : parser.calls) reports += call.compare(0, 6, "error ") == 0;
+    return {result, parser.Calls(), parser.calls.empty() ? "" : parser.calls.back(), reports};
+}
+
+}  // namespace
+
+TEST(Parser, CallsOneOperationPerStatementPiece) {
+    const struct {
+        std::string source;
+        std::string calls;
+    } cases[] = {
+        {"", ""},
+        {"; only a comment\n\n   \n; last line without a newline", ""},
+        {"label: pushc s1 ; comment\n",
+         "label 'label'\nopcode 0x4001 1\nimmediate 's1' left 0 kind 2\n"},
+        {"pop pop", "opcode 0x000B 0\nopcode 0x000B 0\n"},
+        {"incg total, -5\nincg t ,0x1F",
+         "opcode 0x5303 2\nimmediate 'total' left 1 kind 4\nimmediate '-5' left 0 kind 0\n"
+         "opcode 0x5303 2\nimmediate 't' left 1 kind 4\nimmediate '0x1F' left 0 kind 0\n"},
+        {"pushf 1.5", "opcode 0x8003 1\nimmediate '1.5' left 0 kind 1\n"},
+        {".global g \"G\"\n.system s \"S\"\n.local l \"L\"\n.string t \"T\\0a\"",
+         "global 'g' 'G'\nsystem 's' 'S'\nlocal 'l' 'L'\nstring 't' 'T\n'\n"},
+        {".parameter p \"x\"\n", "parameter 'p' 'x' 0\n"},
+        {".parameter p \"x\" value .parameter q \"y\" reference",
+         "parameter 'p' 'x' 0\nparameter 'q' 'y' 1\n"},
+        {".function f private external\n", "function 'f' 0x21\n"},
+        {".function f external internal stdoutinherit\n", "function 'f' 0x10\n"},
+        {".function f compresswhitespace erroroutputlevelon \"\" erroroutputleveloff\n",
+         "function 'f' 0x0E\n"},
+        {". function f\n.endfunction", "function 'f' 0x00\nendfunction\n"},
+        // The end of input closes a .function line whose last qualifier is valid.
+        {".function f private", "function 'f' 0x20\n"},
+        {".function f \"q\"", "function 'f' 0x00\n"},
+        {".ident \"built by hand\"", "ident 'built by hand'\n"},
+        {".version 3 .version 1.5", "version '3'\nversion '1.5'\n"},
+        {".version\n", "version 'version'\n"},
+        {".disable_logging", "disable_logging\n"},
+        // An empty second string reuses the one of the statement before.
+        {".localized \"x\" \"y\" \"z\"\n.localized \"a\" \"\" \"c\"\n",
+         "localized 'z'\nlangentry 'x' 'y' 40\nlocalized 'c'\nlangentry 'a' 'y' 41\n"},
+        {".localized \"en\" \"\" \"\"", "localized ''\nlangentry 'en' '' 40\n"},
+        {"pop\0 , , ,"s, "opcode 0x000B 0\n"},
+    };
+    for (const auto& c : cases) {
+        const Outcome run = assemble(c.source);
+        EXPECT_EQ(0, run.result) << c.source;
+        EXPECT_EQ(c.calls, run.calls) << c.source;
+    }
+}
+
+TEST(Parser, ReportsEachGrammarErrorWithItsLine) {
+    const struct {
+        std::string source;
+        std::string error;
+    } cases[] = {
+        // 314: a stray character quotes the rest of the source.
+        {":", "error 314 line 1: Unrecognized directive or punctuation mark: :"},
+        {"pop\npop # rest\nof file",
+         "error 314 line 2: Unrecognized directive or punctuation mark: # rest\nof file"},
+        {"pop # x\0tail"s, "error 314 line 1: Unrecognized directive or punctuation mark: # x"},
+        {".bogus", "error 314 line 1: Unrecognized directive or punctuation mark: bogus"},
+        {"pop -x", "error 314 line 1: Unrecognized directive or punctuation mark: x"},
+        // 315: one-operand mnemonics are back at a statement start after their operand.
+        {"pushl a b", "error 315 line 1: unrecognized operation code: b"},
+        {"\n\nPop", "error 315 line 3: unrecognized operation code: Pop"},
+        {".version\nbogus", "error 315 line 1: unrecognized operation code: bogus"},
+        {".function f\n.parameter p \"a\nb\"\n\nbogus",
+         "error 315 line 5: unrecognized operation code: bogus"},
+        {",", "error 318 line 1: Unexpected comma"},
+        {"12", "error 319 line 1: Expected label, directive, or operator, found a number: 12"},
+        {"- 12", "error 319 line 1: Expected label, directive, or operator, found a number:  12"},
+        {"\"a\nb\"",
+         "error 320 line 2: Expected label, directive, or operator, found a quoted string"},
+        {"pushl\n", "error 321 line 1: Expected an immediate value (symbol or number)"},
+        {"pushl", "error 321 line 1: Expected an immediate value (symbol or number)"},
+        {"pushl \"a\"", "error 321 line 1: Expected an immediate value (symbol or number)"},
+        {"pushl x:", "error 321 line 1: Expected an immediate value (symbol or number)"},
+        {"incg g,,", "error 321 line 1: Expected an immediate value (symbol or number)"},
+        {".function 5", "error 321 line 1: Expected underscore or letter"},
+        {".global g: \"x\"", "error 321 line 1: Expected directive identifier"},
+        {".global\ng \"x\"", "error 321 line 1: Expected directive identifier"},
+        // 322 quotes the last string read anywhere before, not the token it got.
+        {".global g 5", "error 322 line 1: Expected quoted string, got "},
+        {".ident \"last\"\n.global g 5", "error 322 line 2: Expected quoted string, got last"},
+        {".localized \"a\" b", "error 322 line 1: Expected quoted string, got a"},
+        {".localized \"a\" \"b\" c", "error 322 line 1: Expected quoted string, got b"},
+        {".ident", "error 322 line 1: Expected quoted string, got "},
+        {".parameter p \"x\" 5",
+         "error 323 line 1: Expected symbol 'value' or 'reference' (without quotes) for "
+         "parameter type"},
+        {".parameter p \"x\"",
+         "error 323 line 1: Expected symbol 'value' or 'reference' (without quotes) for "
+         "parameter type"},
+        // 326 quotes the token it got; a newline or the end quotes the last operand.
+        {"tagerror 1 2", "error 326 line 1: Expected comma, found 2"},
+        {"tagerror 1\n", "error 326 line 1: Expected comma, found 1"},
+        {"tagerror 1", "error 326 line 1: Expected comma, found 1"},
+        {"tagerror 1 ;c\n", "error 326 line 1: Expected comma, found ;"},
+        // A kept length never reaches past the end of the source.
+        {"tagerror 12345 ;", "error 326 line 1: Expected comma, found ;"},
+        {".parameter p \"x\" ref", "error 327 line 1: Unknown parameter call type: ref"},
+        {".parameter p \"x\" Value", "error 327 line 1: Unknown parameter call type: Value"},
+        {".function f privat\n", "error 328 line 1: Unrecognized function qualifier \"privat\""},
+        {".function f", "error 328 line 1: Unrecognized function qualifier \"f\""},
+        {".function f 5\n", "error 328 line 1: Unrecognized function qualifier \"5\""},
+        {".function abcdef ,", "error 328 line 1: Unrecognized function qualifier \",\""},
+        {".function f :x y\n", "error 328 line 1: Unrecognized function qualifier \":x y\n\""},
+        {".function f\n.function g bad",
+         "error 328 line 2: Unrecognized function qualifier \"bad\""},
+    };
+    for (const auto& c : cases) {
+        const Outcome run = assemble(c.source);
+        EXPECT_EQ(1, run.result) << c.source;
+        EXPECT_EQ(c.error, run.last) << c.source;
+        EXPECT_EQ(1, run.reports) << c.source;
+    }
+}
+
+TEST(Parser, StopsAtTheFirstFailedOperationWithItsResult) {
+    const struct {
+        const char* source;
+        const char* operation;
+    } cases[] = {
+        {"pop pop", "opcode"},
+        {"pushl x pop", "immediate"},
+        {"l: pop", "label"},
+        {".global g \"x\" pop", "global"},
+        {".system s \"x\" pop", "system"},
+        {".local l \"x\" pop", "local"},
+        {".string s \"x\" pop", "string"},
+        {".parameter p \"x\"\npop", "parameter"},
+        {".function f\npop", "function"},
+        {".function f private", "function"},
+        {".endfunction pop", "endfunction"},
+        {".ident \"x\" pop", "ident"},
+        {".version 2 pop", "version"},
+        {".disable_logging pop", "disable_logging"},
+    };
+    for (const auto& c : cases) {
+        const Outcome run = assemble(c.source, {{c.operation, 7}});
+        EXPECT_EQ(7, run.result) << c.source;
+        EXPECT_EQ(c.operation, run.last.substr(0, std::strlen(c.operation))) << c.source;
+    }
+}
+
+TEST(Parser, GoesOnAfterAFailedLocalizedTextToMakeTheLanguageEntry) {
+    const std::string source = ".localized \"en\" \"key\" \"text\" pop";
+    const struct {
+        std::map<std::string, int> results;
+        int result;
+        std::string calls;
+    } cases[] = {
+        {{{"localized", 9}},
+         9,
+         "localized 'text'\nerror 324 line 1: Error in localization string\n"
+         "langentry 'en' 'key' 40\n"},
+        {{{"langentry", -1}},
+         1,
+         "localized 'text'\nlangentry 'en' 'key' 40\nerror 325 line 1: Error in Localized "
+         "Languages\n"},
+        {{{"localized", 9}, {"langentry", -1}},
+         1,
+         "localized 'text'\nerror 324 line 1: Error in localization string\n"
+         "langentry 'en' 'key' 40\nerror 325 line 1: Error in Localized Languages\n"},
+        // Any other result of the language entry is its position, not a failure.
+        {{{"langentry", 3}}, 0, "localized 'text'\nlangentry 'en' 'key' 40\nopcode 0x000B 0\n"},
+    };
+    for (const auto& c : cases) {
+        const Outcome run = assemble(source, c.results);
+        EXPECT_EQ(c.result, run.result);
+        EXPECT_EQ(c.calls, run.calls);
+    }
+}
+
+TEST(Parser, AnswersTokensTheTokenizerNeverProduces) {
+    ParserRecorder parser("");
+    ParserRecorder::GrammarState grammar(parser.source());
+    EXPECT_TRUE(parser.Step(grammar, TOKEN_COLON));
+    EXPECT_EQ(1, grammar.result);
+    EXPECT_EQ("error 317 line 1: Unexpected colon\n", parser.Calls());
+
+    // The rest-of-line marker skips every token up to the end of the line.
+    parser.calls.clear();
+    ParserRecorder::GrammarState skipping(parser.source());
+    EXPECT_FALSE(parser.Step(skipping, TOKEN_REST_OF_LINE));
+    EXPECT_FALSE(parser.Step(skipping, TOKEN_ERROR));
+    EXPECT_FALSE(parser.Step(skipping, TOKEN_NUMBER));
+    EXPECT_FALSE(parser.Step(skipping, TOKEN_END_OF_LINE));
+    EXPECT_EQ(2, parser.line());
+    EXPECT_FALSE(parser.Step(skipping, TOKEN_REST_OF_LINE));
+    EXPECT_FALSE(parser.Step(skipping, TOKEN_END_OF_INPUT));
+    EXPECT_EQ(3, parser.line());
+    EXPECT_TRUE(parser.Step(skipping, TOKEN_END_OF_INPUT));
+    EXPECT_EQ(0, skipping.result);
+    EXPECT_EQ("", parser.Calls());
+
+    ParserRecorder::GrammarState illogical(parser.source());
+    illogical.state = STATE_DIRECTIVE_STRING;
+    illogical.pending = TOKEN_FUNCTION;
+    EXPECT_TRUE(parser.Step(illogical, TOKEN_QUOTED_STRING));
+    EXPECT_EQ("error 305 line 3: Internal error:  Illogical state for DIRECTIVE string\n",
+              parser.Calls());
+}
+
+TEST(Parser, FlagParsersMatchWholeWordsOnly) {
+    ParserRecorder parser("");
+    int flags = 0;
+    EXPECT_EQ(1, parser.ParameterFlags(&flags, "values", 6));
+    EXPECT_EQ(-1, flags);
+    EXPECT_EQ(0, parser.ParameterFlags(&flags, "reference", 9));
+    EXPECT_EQ(1, flags);
+
+    flags = 0x3F;
+    EXPECT_EQ(1, parser.FunctionFlags(&flags, "External", 8));
+    EXPECT_EQ(1, parser.FunctionFlags(&flags, "privatex", 7 + 1));
+    EXPECT_EQ(0x3F, flags);
+    EXPECT_EQ(0, parser.FunctionFlags(&flags, "private and more", 7));
+    EXPECT_EQ(0, parser.FunctionFlags(&flags, "internal", 8));
+    EXPECT_EQ(0x3E, flags);
+    EXPECT_EQ(
+        "error 327 line 1: Unknown parameter call type: values\n"
+        "error 328 line 1: Unrecognized function qualifier \"External\"\n"
+        "error 328 line 1: Unrecognized function qualifier \"privatex\"\n",
+        parser.Calls());
+}
