@@ -20,6 +20,10 @@ struct Section {
     Bytes bytes;
 };
 
+inline bool operator==(const Section& a, const Section& b) {
+    return a.tag == b.tag && a.bytes == b.bytes;
+}
+
 // A container of 'version' holding 'sections' back to back, with its directory.
 inline Bytes container_with(const std::vector<Section>& sections, int version = 0x10001) {
     Bytes file(32, 0);

@@ -1,0 +1,502 @@
+// Variable hash table: numbering of variable names, the run-time lookups, and the section body
+// that the loader reads back and probes with the same hash.
+#include <vector>
+
+#include "compiled/VariableHash.h"
+
+#include <cassert>
+#include <cstring>
+
+#include "compiled/Dictionary.h"
+#include "compiled/TableSupport.h"
+#include "compiled/TaggedFile.h"
+#include "foundation/ByteOrder.h"
+#include "value/AggregateIndex.h"
+#include "value/Variable.h"
+#include "value/VariableList.h"
+
+namespace {
+
+constexpr int HEADER_SIZE = 7;
+constexpr int BUCKET_RECORD_SIZE = 6;
+constexpr int VARIABLE_RECORD_SIZE = 8;
+
+// Read limits. The bucket count and the variable count must keep every array size within 31
+// bits on the loader's side; the variable count has a looser and a tighter bound, both reported
+// alike, and the tighter one is in force.
+constexpr uint32_t MAX_BUCKET_COUNT = 0x1FFFFFFF;
+constexpr uint32_t MAX_VARIABLE_COUNT_LOOSE = 0x1FFFFFFF;
+constexpr uint32_t MAX_VARIABLE_COUNT = 0x7FFFFFF;
+constexpr uint32_t MAX_BUCKET_BITS = 32;
+
+int* new_links(int count) {
+    int* links = new int[count];
+    for (int i = 0; i < count; ++i) links[i] = -1;
+    return links;
+}
+
+_VH_Entry* new_entries(int count) {
+    _VH_Entry* entries = new _VH_Entry[count];
+    for (int i = 0; i < count; ++i) entries[i] = _VH_Entry{0, 0, nullptr};
+    return entries;
+}
+
+int measured(const char* text, int length) {
+    return length == -1 ? static_cast<int>(std::strlen(text)) : length;
+}
+
+}  // namespace
+
+VariableHash::VariableHash(Dictionary* dictionary, int bucket_bits, int capacity, int count)
+    : buckets_(nullptr),
+      bucket_bits_(bucket_bits),
+      bucket_count_(1 << (bucket_bits & 31)),
+      bucket_entries_(0),
+      next_(nullptr),
+      capacity_(capacity),
+      entries_(nullptr),
+      count_(count),
+      dictionary_(dictionary) {
+    assert(capacity >= 0 && count >= 0 && count <= capacity);
+    buckets_ = new_links(bucket_count_);
+    next_ = new_links(capacity_);
+    entries_ = new_entries(capacity_);
+}
+
+VariableHash::VariableHash(TarnApplication* application, Dictionary* dictionary,
+                           VariableHash& other, bool clone)
+    : buckets_(new int[other.bucket_count_]),
+      bucket_bits_(other.bucket_bits_),
+      bucket_count_(other.bucket_count_),
+      bucket_entries_(other.bucket_entries_),
+      next_(new int[other.capacity_]),
+      capacity_(other.capacity_),
+      entries_(new _VH_Entry[other.capacity_]),
+      count_(other.count_),
+      dictionary_(dictionary),
+      error_(other.error_) {
+    std::memcpy(buckets_, other.buckets_, sizeof(int) * static_cast<size_t>(bucket_count_));
+    std::memcpy(next_, other.next_, sizeof(int) * static_cast<size_t>(capacity_));
+    for (int i = 0; i < capacity_; ++i) {
+        entries_[i] = other.entries_[i];
+        if (clone && entries_[i].variable != nullptr) {
+            entries_[i].variable = entries_[i].variable->Clone(application);
+        }
+    }
+}
+
+VariableHash::~VariableHash() {
+    delete[] buckets_;
+    delete[] next_;
+    delete[] entries_;
+}
+
+// ---- insertion ----
+
+int VariableHash::Insert(Variable* variable) {
+    const String& name = variable->name();
+    return Insert(-1, name.c_str(), name.length(), variable);
+}
+
+int VariableHash::Insert(const char* name, int length) {
+    return Insert(-1, name, length, nullptr);
+}
+
+int VariableHash::Insert(int name_index) {
+    return Insert(name_index, nullptr, -1, nullptr);
+}
+
+int VariableHash::Insert(int name_index, const char* name, int length, Variable* variable) {
+    if (count_ >= capacity_) Grow();
+    int added = count_;
+    if (name != nullptr) {
+        length = measured(name, length);
+        if (name_index == -1) name_index = dictionary_->Entry_Add(name, length);
+    } else {
+        name = dictionary_->Entry(name_index, &length);
+    }
+    entries_[added] = _VH_Entry{name_index, Version(), variable};
+    next_[added] = -1;
+    ++count_;
+    // A name the dictionary does not hold cannot be hashed: the entry keeps its number but no
+    // lookup will reach it.
+    if (name == nullptr) return added;
+
+    int bucket = BucketOf(name, length);
+    int previous = -1;
+    int current = buckets_[bucket];
+    if (current == -1) ++bucket_entries_;
+    for (int steps = 0; IsEntry(current) && current != added && steps < count_; ++steps) {
+        int size = 0;
+        const char* text = dictionary_->Entry(entries_[current].name_index, &size);
+        if (name_order(text, size, name, length) > 0) break;
+        previous = current;
+        current = next_[current];
+    }
+    next_[added] = IsEntry(current) && current != added ? current : -1;
+    if (previous == -1) {
+        buckets_[bucket] = added;
+    } else {
+        next_[previous] = added;
+    }
+    return added;
+}
+
+// ---- lookup ----
+
+int VariableHash::Seek(int name_index, const char* name, int length, _VH_Entry** out) {
+    if (out != nullptr) *out = nullptr;
+    if (name == nullptr) {
+        name = dictionary_->Entry(name_index, &length);
+        if (name == nullptr) return -1;
+    } else {
+        length = measured(name, length);
+    }
+    int current = buckets_[BucketOf(name, length)];
+    // A chain read from a file may loop; no chain is longer than the table.
+    for (int steps = 0; IsEntry(current) && steps < count_; ++steps) {
+        int size = 0;
+        const char* text = dictionary_->Entry(entries_[current].name_index, &size);
+        int order = name_order(text, size, name, length);
+        if (order > 0) return -1;
+        if (order == 0) {
+            if (out != nullptr) *out = &entries_[current];
+            return current;
+        }
+        current = next_[current];
+    }
+    return -1;
+}
+
+int VariableHash::Find(Variable** out, const char* name, int length, int create) {
+    _VH_Entry* entry = nullptr;
+    int i = Seek(-1, name, length, &entry);
+    if (i == -1) return 0;
+    if (create != 0 && entry->variable == nullptr) MakeVariable(i);
+    if (out != nullptr) *out = entry->variable;
+    return 1;
+}
+
+Variable* VariableHash::Index(int i, int create) {
+    if (!IsEntry(i)) return nullptr;
+    if (create != 0 && entries_[i].variable == nullptr) MakeVariable(i);
+    return entries_[i].variable;
+}
+
+// Names with array parts read "name[1][2]": each part selects an element of the one before, and
+// each index must be a whole number from 1 up, since arrays are numbered from 1. With 'create'
+// set, a missing name is declared and missing elements are made.
+int VariableHash::LookupVariable_Fancy(Variable** out, const char* name, int length, int create) {
+    if (out != nullptr) *out = nullptr;
+    length = measured(name, length);
+    const char* bracket = static_cast<const char*>(std::memchr(name, '[', length));
+    int base_length = bracket == nullptr ? length : static_cast<int>(bracket - name);
+    Variable* variable = nullptr;
+    if (Find(&variable, name, base_length, create) == 0) {
+        if (create == 0) return 0;
+        variable = Index(Insert(name, base_length), 1);
+    }
+    if (variable == nullptr) return 0;
+    int position = base_length;
+    while (position < length) {
+        const char* close = static_cast<const char*>(
+            std::memchr(name + position, ']', static_cast<size_t>(length - position)));
+        int64_t index = 0;
+        int digits = 0;
+        for (int k = position + 1; close != nullptr && name + k < close; ++k, ++digits) {
+            if (name[k] < '0' || name[k] > '9' || index > 0x7FFFFFFF) {
+                digits = -1;
+                break;
+            }
+            index = index * 10 + (name[k] - '0');
+        }
+        if (name[position] != '[' || close == nullptr || digits <= 0 || index < 1 ||
+            index > 0x7FFFFFFF) {
+            Error(String("Array index must be positive integer"));
+            return 0;
+        }
+        variable = variable->Element(AggregateIndex(static_cast<int>(index)), create);
+        if (variable == nullptr) return 0;
+        position = static_cast<int>(close - name) + 1;
+    }
+    if (out != nullptr) *out = variable;
+    return 1;
+}
+
+// ---- run-time changes ----
+
+// Gives the named variable a text value, declaring the name and making its variable if needed;
+// returns the entry's number.
+int VariableHash::SetVariable(const char* name, int length, const char* value, int value_length) {
+    _VH_Entry* entry = nullptr;
+    int i = Seek(-1, name, length, &entry);
+    if (i == -1) i = Insert(name, length);
+    Variable* variable = Index(i, 1);
+    variable->SetValue(value, value_length);
+    return i;
+}
+
+// Puts 'variable' under its own name, in place of any variable there; returns the entry's number.
+int VariableHash::SetVariable(Variable* variable) {
+    const String& name = variable->name();
+    _VH_Entry* entry = nullptr;
+    int i = Seek(-1, name.c_str(), name.length(), &entry);
+    if (i == -1) return Insert(variable);
+    entry->variable = variable;
+    entry->version = Version();
+    return i;
+}
+
+// Entry 'index' shares the caller's variable (a parameter passed by reference); 0 when there is
+// no such entry.
+int VariableHash::SetVariable_Reference(int index, Variable* variable) {
+    if (!IsEntry(index)) return 0;
+    entries_[index].variable = variable;
+    entries_[index].version = Version();
+    return 1;
+}
+
+// Gives an element reached by a name with array parts a text value; 1 on success.
+int VariableHash::SetVariable_Fancy(const char* name, int length, const char* value,
+                                    int value_length, int create) {
+    Variable* variable = nullptr;
+    if (LookupVariable_Fancy(&variable, name, length, create) == 0) return 0;
+    variable->SetValue(value, value_length);
+    return 1;
+}
+
+// Empties the named variable but keeps its entry and object; 1 when the name has a variable.
+int VariableHash::ClearVariable(const char* name, int length) {
+    Variable* variable = nullptr;
+    if (Find(&variable, name, length, 0) == 0 || variable == nullptr) return 0;
+    variable->SetNULL();
+    return 1;
+}
+
+int VariableHash::Version() {
+    return 0;
+}
+
+int VariableHash::Size() {
+    return capacity_;
+}
+
+int VariableHash::Entries() {
+    return count_;
+}
+
+int VariableHash::AllocatedVars(VariableList* list) {
+    int added = 0;
+    for (int i = 0; i < count_; ++i) {
+        if (entries_[i].variable == nullptr) continue;
+        list->Insert(entries_[i].variable, LIST_TAIL);
+        ++added;
+    }
+    return added;
+}
+
+void VariableHash::Dump() {
+    for (int i = 0; i < count_; ++i) {
+        Variable::Release(entries_[i].variable);
+        entries_[i].variable = nullptr;
+    }
+}
+
+const String& VariableHash::error() {
+    return error_;
+}
+
+void VariableHash::Error(const String& text) {
+    if (text.buffer() != nullptr) error_ = text;
+}
+
+void VariableHash::Push() {}
+
+int VariableHash::Pop() {
+    return 0;
+}
+
+VariableHash* VariableHash::RealIdentity() {
+    return this;
+}
+
+const _VH_Entry* VariableHash::entry(int i) const {
+    return IsEntry(i) ? &entries_[i] : nullptr;
+}
+
+// ---- writing ----
+
+int VariableHash::Write(TaggedFile* file, int tag) {
+    file->Section_Start(tag);
+    int result = Write(file);
+    if (result != 0) file->Section_End();
+    return result;
+}
+
+// Section body:
+//   offset  size                 field
+//   0       2                    variable_hash_header.bucket_entries
+//   2       1                    variable_hash_header.bucket_bits
+//   3       4                    variable_hash_header.variable_count
+//   7       6 per bucket record  variable_hash_bucket.index (2), first entry of the chain (4)
+//   then    8 per variable       name (4, dictionary index), next entry of the chain (4, or -1)
+// Only non-empty buckets have a record, in ascending bucket number. Bucket numbers are 16 bits,
+// so a table that is written has at most 15 bucket bits.
+int VariableHash::Write(TaggedFile* file) {
+    unsigned char header[HEADER_SIZE];
+    put_u16(header, static_cast<uint32_t>(bucket_entries_));
+    put_u8(header + 2, static_cast<uint32_t>(bucket_bits_));
+    put_u32(header + 3, static_cast<uint32_t>(count_));
+
+    std::vector<unsigned char> bucket_records(
+        static_cast<size_t>(BUCKET_RECORD_SIZE * bucket_entries_));
+    int record = 0;
+    for (int b = 0; b < bucket_count_ && record < bucket_entries_; ++b) {
+        if (buckets_[b] == -1) continue;
+        put_u16(bucket_records.data() + BUCKET_RECORD_SIZE * record, static_cast<uint32_t>(b));
+        put_u32(bucket_records.data() + BUCKET_RECORD_SIZE * record + 2,
+                static_cast<uint32_t>(buckets_[b]));
+        ++record;
+    }
+    assert(record == bucket_entries_);
+
+    std::vector<unsigned char> variable_records(static_cast<size_t>(VARIABLE_RECORD_SIZE * count_));
+    for (int i = 0; i < count_; ++i) {
+        put_u32(variable_records.data() + VARIABLE_RECORD_SIZE * i,
+                static_cast<uint32_t>(entries_[i].name_index));
+        put_u32(variable_records.data() + VARIABLE_RECORD_SIZE * i + 4,
+                static_cast<uint32_t>(next_[i]));
+    }
+
+    bool ok = true;
+    auto write = [&](const unsigned char* bytes, int size) {
+        if (ok && size > 0 && file->Section_Write(bytes, size) != size) ok = false;
+    };
+    write(header, HEADER_SIZE);
+    write(bucket_records.data(), BUCKET_RECORD_SIZE * bucket_entries_);
+    write(variable_records.data(), VARIABLE_RECORD_SIZE * count_);
+    if (!ok) Error(file->error());
+    return ok ? 1 : 0;
+}
+
+// ---- reading ----
+
+int VariableHash::Read(TaggedFile* file, int tag) {
+    if (!file->Section_Read_Start(tag)) {
+        Error(file->error());
+        return 0;
+    }
+    int result = Read(file);
+    if (result != 0) file->Section_Read_End();
+    return result;
+}
+
+// Reads the section body written above. The checks run in a fixed order, each naming its field;
+// nothing of the table changes until all of them passed.
+int VariableHash::Read(TaggedFile* file) {
+    unsigned char header[HEADER_SIZE];
+    if (file->Section_Read(header, HEADER_SIZE) != HEADER_SIZE) {
+        Error(file->error());
+        return 0;
+    }
+    uint32_t bucket_bits = get_u8(header + 2);
+    if (bucket_bits > MAX_BUCKET_BITS) {
+        Error(String("variable_hash_header.bucket_bits out of range"));
+        return 0;
+    }
+    uint32_t bucket_count = 1u << (bucket_bits & 31);
+    if (bucket_count > MAX_BUCKET_COUNT) {
+        Error(String("read_bucket_size out of range"));
+        return 0;
+    }
+    uint32_t variable_count = get_u32(header + 3);
+    if (variable_count > MAX_VARIABLE_COUNT_LOOSE || variable_count > MAX_VARIABLE_COUNT) {
+        Error(String("variable_hash_header.variable_count out of range"));
+        return 0;
+    }
+    int bucket_entries = get_s16(header);
+    if (bucket_entries < 0) {
+        Error(String("variable_hash_header.bucket_entries out of range"));
+        return 0;
+    }
+
+    std::vector<unsigned char> bucket_records;
+    if (file->Section_Read_Vector(&bucket_records, BUCKET_RECORD_SIZE * bucket_entries) !=
+        BUCKET_RECORD_SIZE * bucket_entries) {
+        Error(file->error());
+        return 0;
+    }
+    int* buckets = new_links(static_cast<int>(bucket_count));
+    for (int r = 0; r < bucket_entries; ++r) {
+        const unsigned char* record = bucket_records.data() + BUCKET_RECORD_SIZE * r;
+        int bucket = get_s16(record);
+        if (bucket < 0 || static_cast<uint32_t>(bucket) >= bucket_count) {
+            delete[] buckets;
+            Error(String("variable_hash_bucket.index out of range"));
+            return 0;
+        }
+        buckets[bucket] = get_s32(record + 2);
+    }
+
+    int count = static_cast<int>(variable_count);
+    std::vector<unsigned char> variable_records;
+    if (file->Section_Read_Vector(&variable_records, VARIABLE_RECORD_SIZE * count) !=
+        VARIABLE_RECORD_SIZE * count) {
+        delete[] buckets;
+        Error(file->error());
+        return 0;
+    }
+    int* next = new int[count];
+    _VH_Entry* entries = new_entries(count);
+    for (int i = 0; i < count; ++i) {
+        entries[i].name_index = get_s32(variable_records.data() + VARIABLE_RECORD_SIZE * i);
+        next[i] = get_s32(variable_records.data() + VARIABLE_RECORD_SIZE * i + 4);
+    }
+
+    delete[] buckets_;
+    delete[] next_;
+    delete[] entries_;
+    buckets_ = buckets;
+    bucket_bits_ = static_cast<int>(bucket_bits);
+    bucket_count_ = static_cast<int>(bucket_count);
+    // Recounted rather than taken from the header, so that a table read back and written again
+    // has one record per non-empty bucket even when the file named a bucket twice.
+    bucket_entries_ = 0;
+    for (int b = 0; b < bucket_count_; ++b) {
+        if (buckets_[b] != -1) ++bucket_entries_;
+    }
+    next_ = next;
+    entries_ = entries;
+    capacity_ = count;
+    count_ = count;
+    return 1;
+}
+
+// ---- helpers ----
+
+Variable* VariableHash::MakeVariable(int i) {
+    int size = 0;
+    const char* name = dictionary_->Entry(entries_[i].name_index, &size);
+    entries_[i].variable = new Variable(name != nullptr ? name : "", size);
+    entries_[i].version = Version();
+    return entries_[i].variable;
+}
+
+int VariableHash::BucketOf(const char* name, int length) const {
+    return name_bucket(name, length, bucket_bits_);
+}
+
+void VariableHash::Grow() {
+    int capacity = capacity_ + VARIABLE_HASH_GROWTH;
+    int* next = new_links(capacity);
+    _VH_Entry* entries = new_entries(capacity);
+    for (int i = 0; i < capacity_; ++i) {
+        next[i] = next_[i];
+        entries[i] = entries_[i];
+    }
+    delete[] next_;
+    delete[] entries_;
+    next_ = next;
+    entries_ = entries;
+    capacity_ = capacity;
+}
