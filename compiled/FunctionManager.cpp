@@ -1,0 +1,384 @@
+// Function table: insertion into sorted hash chains, lookup by name, and the "func" section.
+#include <vector>
+
+#include "compiled/FunctionManager.h"
+
+#include <cstring>
+
+#include "compiled/Dictionary.h"
+#include "compiled/TableSupport.h"
+#include "compiled/TaggedFile.h"
+#include "compiled/VariableHash.h"
+#include "foundation/ByteOrder.h"
+
+namespace {
+
+constexpr int HEADER_SIZE = 7;
+constexpr int BUCKET_RECORD_SIZE = 6;
+constexpr int CHAIN_LINK_SIZE = 4;
+constexpr int FUNCTION_RECORD_SIZE = 20;
+constexpr int PARAMETER_RECORD_SIZE = 12;
+
+// Read limits, so that every array the loader sizes from them stays within 31 bits. The function
+// count has a looser and a tighter bound, reported alike; the tighter one is in force.
+constexpr uint32_t MAX_BUCKET_BITS = 32;
+constexpr uint32_t MAX_BUCKET_COUNT = 0x1FFFFFFF;
+constexpr uint32_t MAX_FUNCTION_COUNT_LOOSE = 0x1FFFFFFF;
+constexpr uint32_t MAX_FUNCTION_COUNT = 0x0FFFFFFF;
+constexpr uint32_t MAX_PARAMETER_COUNT = 0x0AAAAAAA;
+
+int* new_links(int count) {
+    int* links = new int[count];
+    for (int i = 0; i < count; ++i) links[i] = -1;
+    return links;
+}
+
+int measured(const char* text, int length) {
+    return length == -1 ? static_cast<int>(std::strlen(text)) : length;
+}
+
+}  // namespace
+
+FunctionManager::FunctionManager(Dictionary* dictionary, int bucket_bits)
+    : buckets_(nullptr),
+      bucket_bits_(bucket_bits),
+      bucket_count_(1 << (bucket_bits & 31)),
+      bucket_entries_(0),
+      chain_(new_links(FUNCTION_TABLE_GROWTH)),
+      functions_(new Function*[FUNCTION_TABLE_GROWTH]()),
+      count_(0),
+      capacity_(FUNCTION_TABLE_GROWTH),
+      dictionary_(dictionary) {
+    buckets_ = new_links(bucket_count_);
+}
+
+FunctionManager::~FunctionManager() {
+    for (int i = 0; i < count_; ++i) delete functions_[i];
+    delete[] functions_;
+    delete[] chain_;
+    delete[] buckets_;
+}
+
+// ---- adding ----
+
+Function* FunctionManager::Function_Add(int segment, int segment_offset, const char* name,
+                                        int length, const char* parameters, int parameters_length,
+                                        int flags) {
+    length = measured(name, length);
+    int name_index = dictionary_->Entry_Add(name, length);
+    Function* function =
+        new Function(dictionary_, count_, flags, name_index, name, length, segment, segment_offset);
+    function->SetParameters(parameters, parameters_length);
+    return Function_Add(function, name, length);
+}
+
+Function* FunctionManager::Function_Add(const char* name, int length, int flags) {
+    return Function_Add(-1, -1, name, length, nullptr, 0, flags | FUNCTION_EXTERNAL);
+}
+
+Function* FunctionManager::Function_Add(Function* function) {
+    const String& name = function->name();
+    (void)dictionary_->Entry_Add(name.c_str(), name.length());  // the copy keeps the source's index
+    Function* copy = new Function(dictionary_, count_, function->flags(), function->name_index(),
+                                  name.c_str(), name.length(), -1, -1);
+    List<FunctionParameter>& parameters = function->parameters();
+    for (FunctionParameter* p = parameters.First(); p != nullptr; p = parameters.Next()) {
+        copy->AddParameter(p->flags(), p->name().c_str(), p->name().length());
+    }
+    return Function_Add(copy, name.c_str(), name.length());
+}
+
+// Chains are sorted, shortest names first and names of equal length by memcmpi, so that a
+// lookup can stop early; a name equal to earlier ones goes after them.
+Function* FunctionManager::Function_Add(Function* function, const char* name, int length) {
+    length = measured(name, length);
+    if (count_ == capacity_) {
+        int capacity = capacity_ + FUNCTION_TABLE_GROWTH;
+        int* chain = new_links(capacity);
+        Function** functions = new Function*[capacity]();
+        for (int i = 0; i < count_; ++i) {
+            chain[i] = chain_[i];
+            functions[i] = functions_[i];
+        }
+        delete[] chain_;
+        delete[] functions_;
+        chain_ = chain;
+        functions_ = functions;
+        capacity_ = capacity;
+    }
+    int added = count_;
+    functions_[added] = function;
+    chain_[added] = -1;
+    ++count_;
+
+    int bucket = name_bucket(name, length, bucket_bits_);
+    int previous = -1;
+    int current = buckets_[bucket];
+    if (current == -1) ++bucket_entries_;
+    for (int steps = 0; IsFunction(current) && current != added && steps < count_; ++steps) {
+        const String& other = functions_[current]->name();
+        if (name_order(name, length, other.c_str(), other.length()) < 0) break;
+        previous = current;
+        current = chain_[current];
+    }
+    chain_[added] = IsFunction(current) && current != added ? current : -1;
+    if (previous == -1) {
+        buckets_[bucket] = added;
+    } else {
+        chain_[previous] = added;
+    }
+    return function;
+}
+
+// ---- lookup ----
+
+Function* FunctionManager::Function_Get(const char* name, int length) {
+    if (name == nullptr) return nullptr;
+    length = measured(name, length);
+    int current = buckets_[name_bucket(name, length, bucket_bits_)];
+    // A chain read from a file may loop; no chain is longer than the table.
+    for (int steps = 0; IsFunction(current) && steps < count_; ++steps) {
+        const String& other = functions_[current]->name();
+        int order = name_order(other.c_str(), other.length(), name, length);
+        if (order > 0) return nullptr;
+        if (order == 0) return functions_[current];
+        current = chain_[current];
+    }
+    return nullptr;
+}
+
+Function* FunctionManager::Function_Index(int i) const {
+    return IsFunction(i) ? functions_[i] : nullptr;
+}
+
+const String& FunctionManager::error() {
+    return error_;
+}
+
+void FunctionManager::Error(const String& text) {
+    if (text.buffer() != nullptr) error_ = text;
+}
+
+// ---- writing ----
+
+// Section "func":
+//   offset  size                   field
+//   0       2                      function_list_header.bucket_entries
+//   2       1                      function_list_header.bucket_bits
+//   3       4                      function_list_header.function_count
+//   7       6 per non-empty bucket function_hash_bucket.index (2), function_hash_bucket.function
+//   (4) then    4 per function         next function in the same bucket, or -1 then, per function
+//   in index order:
+//           20                     function_header.name, .parameter_count, .flags, .segment,
+//                                  .segment_offset (4 each)
+//           12 per parameter       function_parameter.name, .flags, .variable (4 each)
+//           ...                    the function's local variable table, as VariableHash writes it
+bool FunctionManager::Write(TaggedFile* file) {
+    file->Section_Start(TAG_FUNC);
+    bool ok = true;
+    auto write = [&](const unsigned char* bytes, int size) {
+        if (ok && size > 0 && file->Section_Write(bytes, size) != size) {
+            Error(file->error());
+            ok = false;
+        }
+    };
+
+    unsigned char header[HEADER_SIZE];
+    put_u16(header, static_cast<uint32_t>(bucket_entries_));
+    put_u8(header + 2, static_cast<uint32_t>(bucket_bits_));
+    put_u32(header + 3, static_cast<uint32_t>(count_));
+    write(header, HEADER_SIZE);
+
+    std::vector<unsigned char> bucket_records(
+        static_cast<size_t>(BUCKET_RECORD_SIZE * bucket_entries_));
+    int record = 0;
+    for (int b = 0; b < bucket_count_ && record < bucket_entries_; ++b) {
+        if (buckets_[b] == -1) continue;
+        put_u16(bucket_records.data() + BUCKET_RECORD_SIZE * record, static_cast<uint32_t>(b));
+        put_u32(bucket_records.data() + BUCKET_RECORD_SIZE * record + 2,
+                static_cast<uint32_t>(buckets_[b]));
+        ++record;
+    }
+    write(bucket_records.data(), BUCKET_RECORD_SIZE * record);
+
+    std::vector<unsigned char> chain(static_cast<size_t>(CHAIN_LINK_SIZE * count_));
+    for (int i = 0; i < count_; ++i) {
+        put_u32(chain.data() + CHAIN_LINK_SIZE * i, static_cast<uint32_t>(chain_[i]));
+    }
+    write(chain.data(), CHAIN_LINK_SIZE * count_);
+
+    for (int i = 0; ok && i < count_; ++i) {
+        Function* function = functions_[i];
+        List<FunctionParameter>& parameters = function->parameters();
+        int parameter_count = parameters.Entries();
+        unsigned char record_bytes[FUNCTION_RECORD_SIZE];
+        put_u32(record_bytes, static_cast<uint32_t>(function->name_index()));
+        put_u32(record_bytes + 4, static_cast<uint32_t>(parameter_count));
+        put_u32(record_bytes + 8, static_cast<uint32_t>(function->flags()));
+        put_u32(record_bytes + 12, static_cast<uint32_t>(function->segment()));
+        put_u32(record_bytes + 16, static_cast<uint32_t>(function->segment_offset()));
+        write(record_bytes, FUNCTION_RECORD_SIZE);
+
+        std::vector<unsigned char> parameter_records(
+            static_cast<size_t>(PARAMETER_RECORD_SIZE * parameter_count));
+        unsigned char* p = parameter_records.data();
+        for (FunctionParameter* parameter = parameters.First(); parameter != nullptr;
+             parameter = parameters.Next(), p += PARAMETER_RECORD_SIZE) {
+            put_u32(p, static_cast<uint32_t>(parameter->name_index()));
+            put_u32(p + 4, static_cast<uint32_t>(parameter->flags()));
+            put_u32(p + 8, static_cast<uint32_t>(parameter->variable()));
+        }
+        write(parameter_records.data(), PARAMETER_RECORD_SIZE * parameter_count);
+
+        if (ok && function->variables()->Write(file) == 0) {
+            Error(function->variables()->error());
+            ok = false;
+        }
+    }
+    return ok;
+}
+
+// ---- reading ----
+
+// Reads the section written above. The checks run in a fixed order, each naming its field;
+// the table changes only when all of them passed.
+bool FunctionManager::Read(TaggedFile* file) {
+    unsigned char header[HEADER_SIZE];
+    if (!file->Section_Read_Start(TAG_FUNC) ||
+        file->Section_Read(header, HEADER_SIZE) != HEADER_SIZE) {
+        Error(file->error());
+        return false;
+    }
+    uint32_t bucket_bits = get_u8(header + 2);
+    if (bucket_bits > MAX_BUCKET_BITS) {
+        Error(String("function_list_header.bucket_bits out of range"));
+        return false;
+    }
+    uint32_t bucket_count = 1u << (bucket_bits & 31);
+    if (bucket_count > MAX_BUCKET_COUNT) {
+        Error(String("read_bucket_size out of range"));
+        return false;
+    }
+    uint32_t function_count = get_u32(header + 3);
+    if (function_count > MAX_FUNCTION_COUNT_LOOSE || function_count > MAX_FUNCTION_COUNT) {
+        Error(String("function_list_header.function_count out of range"));
+        return false;
+    }
+    int bucket_entries = get_s16(header);
+    if (bucket_entries < 0) {
+        Error(String("function_list_header.bucket_entries out of range"));
+        return false;
+    }
+
+    std::vector<unsigned char> bucket_records;
+    if (file->Section_Read_Vector(&bucket_records, BUCKET_RECORD_SIZE * bucket_entries) !=
+        BUCKET_RECORD_SIZE * bucket_entries) {
+        Error(file->error());
+        return false;
+    }
+    int* buckets = new_links(static_cast<int>(bucket_count));
+    for (int r = 0; r < bucket_entries; ++r) {
+        const unsigned char* record = bucket_records.data() + BUCKET_RECORD_SIZE * r;
+        int bucket = get_s16(record);
+        if (bucket < 0 || static_cast<uint32_t>(bucket) >= bucket_count) {
+            delete[] buckets;
+            Error(String("function_hash_bucket.index out of range"));
+            return false;
+        }
+        buckets[bucket] = get_s32(record + 2);
+    }
+
+    int count = static_cast<int>(function_count);
+    std::vector<unsigned char> chain_bytes;
+    if (file->Section_Read_Vector(&chain_bytes, CHAIN_LINK_SIZE * count) !=
+        CHAIN_LINK_SIZE * count) {
+        delete[] buckets;
+        Error(file->error());
+        return false;
+    }
+    int* chain = new int[count];
+    for (int i = 0; i < count; ++i) chain[i] = get_s32(chain_bytes.data() + CHAIN_LINK_SIZE * i);
+
+    Function** functions = new Function*[count]();
+    bool ok = true;
+    for (int i = 0; ok && i < count; ++i) {
+        unsigned char record[FUNCTION_RECORD_SIZE];
+        if (file->Section_Read(record, FUNCTION_RECORD_SIZE) != FUNCTION_RECORD_SIZE) {
+            Error(file->error());
+            ok = false;
+            break;
+        }
+        int name_index = get_s32(record);
+        int name_length = 0;
+        const char* name = dictionary_->Entry(name_index, &name_length);
+        if (name == nullptr) {
+            Error(String("Invalid function header name index"));
+            ok = false;
+            break;
+        }
+        Function* function = new Function(dictionary_, i, get_s32(record + 8), name_index, name,
+                                          name_length, get_s32(record + 12), get_s32(record + 16));
+        functions[i] = function;
+
+        uint32_t parameter_count = get_u32(record + 4);
+        if (parameter_count != 0) {
+            if (parameter_count > MAX_PARAMETER_COUNT) {
+                Error(String("function_header.parameter_count out of range"));
+                ok = false;
+                break;
+            }
+            int parameter_bytes = PARAMETER_RECORD_SIZE * static_cast<int>(parameter_count);
+            std::vector<unsigned char> parameters;
+            if (file->Section_Read_Vector(&parameters, parameter_bytes) != parameter_bytes) {
+                Error(file->error());
+                ok = false;
+                break;
+            }
+            for (uint32_t k = 0; ok && k < parameter_count; ++k) {
+                const unsigned char* p = parameters.data() + PARAMETER_RECORD_SIZE * k;
+                int parameter_name_index = get_s32(p);
+                int parameter_length = 0;
+                const char* parameter_name =
+                    dictionary_->Entry(parameter_name_index, &parameter_length);
+                if (parameter_name == nullptr) {
+                    Error(String("Invalid function parameter name index"));
+                    ok = false;
+                    break;
+                }
+                function->AppendParameter(new FunctionParameter(parameter_name_index,
+                                                                parameter_name, parameter_length,
+                                                                get_s32(p + 4), get_s32(p + 8)));
+            }
+            if (!ok) break;
+        }
+        if (function->variables()->Read(file) == 0) {
+            Error(function->variables()->error());
+            ok = false;
+        }
+    }
+    if (!ok) {
+        for (int i = 0; i < count; ++i) delete functions[i];
+        delete[] functions;
+        delete[] chain;
+        delete[] buckets;
+        return false;
+    }
+    file->Section_Read_End();
+
+    for (int i = 0; i < count_; ++i) delete functions_[i];
+    delete[] functions_;
+    delete[] chain_;
+    delete[] buckets_;
+    buckets_ = buckets;
+    bucket_bits_ = static_cast<int>(bucket_bits);
+    bucket_count_ = static_cast<int>(bucket_count);
+    bucket_entries_ = 0;
+    for (int b = 0; b < bucket_count_; ++b) {
+        if (buckets_[b] != -1) ++bucket_entries_;
+    }
+    chain_ = chain;
+    functions_ = functions;
+    count_ = count;
+    capacity_ = count;
+    return true;
+}

@@ -1,0 +1,324 @@
+// Function table: the four ways to add a function, case-insensitive sorted chains, parameter
+// lists, the "func" section with the local tables inside it, and every read check.
+#include "compiled/FunctionManager.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "compiled/Dictionary.h"
+#include "compiled/VariableHash.h"
+#include "foundation/Hash.h"
+#include "tests/compiled/TableFiles.h"
+
+namespace {
+
+// "func" as the manager writes it. The section is left open, so the writer closes it with the
+// next section, as the assembler's "segs" does.
+Bytes func_of(FunctionManager& manager, int version = 0x10001) {
+    Bytes file = write_container(
+        [&](TaggedFile& f) {
+            bool ok = manager.Write(&f);
+            EXPECT_EQ(f.directory_entries(), 0) << "func must stay open";
+            f.Section_Start(TAG_SEGS);
+            f.Section_End();
+            return ok;
+        },
+        version);
+    std::vector<Section> sections = sections_of(file);
+    EXPECT_EQ(sections.size(), 2u);
+    EXPECT_EQ(sections.empty() ? 0 : sections[0].tag, TAG_FUNC);
+    return sections.empty() ? Bytes() : sections[0].bytes;
+}
+
+struct Parameter {
+    std::string name;
+    int flags;
+    int variable;
+};
+
+std::vector<Parameter> parameters_of(Function* function) {
+    std::vector<Parameter> out;
+    List<FunctionParameter>& list = function->parameters();
+    for (FunctionParameter* p = list.First(); p != nullptr; p = list.Next()) {
+        out.push_back({std::string(p->name().c_str(), static_cast<size_t>(p->name().length())),
+                       p->flags(), p->variable()});
+    }
+    return out;
+}
+
+bool operator==(const Parameter& a, const Parameter& b) {
+    return a.name == b.name && a.flags == b.flags && a.variable == b.variable;
+}
+
+// A dictionary holding "f" (0) and "p" (1), and the manager's whole "func" section for one
+// function f(p var) in a table of one bucket.
+Dictionary* two_names() {
+    Dictionary* dictionary = new Dictionary();
+    dictionary->Entry_Add("f", 1);
+    dictionary->Entry_Add("p", 1);
+    return dictionary;
+}
+
+// clang-format off
+const Bytes ONE_FUNCTION = cat({
+    u16(1), {0}, u32(1),           //  0 function_list_header: bucket_entries 1, bucket_bits 0, count 1
+    u16(0), u32(0),                //  7 function_hash_bucket: index 0, function 0
+    u32(0xFFFFFFFF),               // 13 chain: [0] last
+    u32(0),                        // 17 function_header.name "f"
+    u32(1),                        // 21 function_header.parameter_count
+    u32(0x22),                     // 25 function_header.flags: private, compresswhitespace
+    u32(3),                        // 29 function_header.segment
+    u32(0),                        // 33 function_header.segment_offset
+    u32(1), u32(1), u32(0),        // 37 function_parameter: name "p", by reference, variable 0
+    u16(1), {8}, u32(1),           // 49 local table header: 1 bucket record, 8 bits, 1 variable
+    u16(hash("p", 1, 0) & 0xFF),   // 56 the bucket of "p"
+    u32(0),                        //    starts at variable 0
+    u32(1), u32(0xFFFFFFFF),       // 62 variable 0: "p", last
+});
+// clang-format on
+
+}  // namespace
+
+TEST(FunctionManager, NamesMatchRegardlessOfCase) {
+    Dictionary dictionary;
+    FunctionManager manager(&dictionary, 8);
+    Function* lower = manager.Function_Add(0, 0, "main", -1, nullptr, 0, 0);
+    Function* upper = manager.Function_Add(1, 0, "MAIN", -1, nullptr, 0, 0);
+    EXPECT_EQ(manager.Function_Get("Main", 4), lower);
+    EXPECT_NE(upper, lower);
+    EXPECT_EQ(upper->index(), 1);
+    EXPECT_EQ(manager.Function_Get("mai", -1), nullptr);
+    EXPECT_EQ(manager.Function_Get("mainx", -1), nullptr);
+    Bytes func = func_of(manager);
+    EXPECT_EQ(get_u16(func.data()), 1u) << "main and MAIN share one bucket";
+    EXPECT_EQ(get_u16(func.data() + 7), hash("main", 4, 0) & 0xFF);
+}
+
+TEST(FunctionManager, ChainsAreSortedByLengthThenCaseFolded) {
+    Dictionary dictionary;
+    FunctionManager manager(&dictionary, 0);
+    for (const char* name : {"bb", "a", "AA", "ab", "aa"}) {
+        manager.Function_Add(name, -1, 0);
+    }
+    // Chain a(1) -> AA(2) -> aa(4) -> ab(3) -> bb(0): a twin goes after the name it equals.
+    Bytes func = func_of(manager);
+    EXPECT_EQ(Bytes(func.begin(), func.begin() + 33), cat({
+                                                          u16(1),
+                                                          {0},
+                                                          u32(5),  // header
+                                                          u16(0),
+                                                          u32(1),           // head "a"
+                                                          u32(0xFFFFFFFF),  // bb
+                                                          u32(2),           // a -> AA
+                                                          u32(4),           // AA -> aa
+                                                          u32(0),           // ab -> bb
+                                                          u32(3),           // aa -> ab
+                                                      }));
+    EXPECT_EQ(manager.Function_Get("Aa", -1)->index(), 2);
+    EXPECT_EQ(manager.Function_Get("BB", -1)->index(), 0);
+    EXPECT_EQ(manager.Function_Get("ac", -1), nullptr);
+}
+
+TEST(FunctionManager, ParameterListsSayHowEachParameterIsPassed) {
+    struct Case {
+        const char* text;
+        std::vector<Parameter> parameters;
+    };
+    const Case cases[] = {
+        {"a, b var, c VAR, d x", {{"a", 0, 0}, {"b", 1, 1}, {"c", 1, 2}, {"d", 0, 3}}},
+        {"", {}},
+        {"a,,b", {{"a", 0, 0}, {"", 0, 1}, {"b", 0, 2}}},
+        {"  one\t var  ,two", {{"one", 1, 0}, {"two", 0, 1}}},
+        {"x variable", {{"x", 0, 0}}},
+        {"trailing,", {{"trailing", 0, 0}}},
+    };
+    for (const Case& c : cases) {
+        Dictionary dictionary;
+        FunctionManager manager(&dictionary, 8);
+        Function* function = manager.Function_Add(0, 0, "f", -1, c.text, -1, 0);
+        EXPECT_EQ(parameters_of(function), c.parameters) << c.text;
+        EXPECT_EQ(function->variables()->Entries(), static_cast<int>(c.parameters.size()))
+            << c.text;
+    }
+}
+
+TEST(FunctionManager, AddParameterDeclaresALocal) {
+    Dictionary dictionary;
+    FunctionManager manager(&dictionary, 8);
+    Function* function = manager.Function_Add(2, 0, "f", -1, nullptr, 0, FUNCTION_PRIVATE);
+    function->variables()->Insert(dictionary.Entry_Add("local", -1));
+    EXPECT_EQ(function->AddParameter(PARAMETER_BY_REFERENCE, "Arg", -1), 1);
+    Variable* unused = nullptr;
+    EXPECT_EQ(function->variables()->Find(&unused, "ARG", -1, 0), 1);
+    EXPECT_EQ(parameters_of(function), (std::vector<Parameter>{{"Arg", 1, 1}}));
+}
+
+TEST(FunctionManager, ExternalDeclarationsAndCopies) {
+    Dictionary dictionary;
+    FunctionManager manager(&dictionary, 8);
+    Function* external = manager.Function_Add("ext", -1, FUNCTION_PRIVATE);
+    EXPECT_EQ(external->flags(), FUNCTION_PRIVATE | FUNCTION_EXTERNAL);
+    EXPECT_EQ(external->segment(), -1);
+    EXPECT_EQ(external->segment_offset(), -1);
+
+    Function* source = manager.Function_Add(4, 0, "body", -1, "x, y var", -1, 0x04);
+    Dictionary other_dictionary;
+    FunctionManager other(&other_dictionary, 8);
+    other.Function_Add("first", -1, 0);
+    Function* copy = other.Function_Add(source);
+    EXPECT_EQ(copy->index(), 1);
+    EXPECT_EQ(copy->name_index(), source->name_index()) << "the source's name index is kept";
+    EXPECT_STREQ(copy->name().c_str(), "body");
+    EXPECT_EQ(copy->flags(), 0x04);
+    EXPECT_EQ(copy->segment(), -1);
+    EXPECT_EQ(copy->segment_offset(), -1);
+    EXPECT_EQ(parameters_of(copy), parameters_of(source));
+    EXPECT_EQ(other.Function_Get("BODY", -1), copy);
+    EXPECT_EQ(other_dictionary.entries(), 4);  // first, body (unused), x, y
+}
+
+TEST(FunctionManager, GrowsByWholeSteps) {
+    Dictionary dictionary;
+    FunctionManager manager(&dictionary, 8);
+    for (int i = 0; i <= FUNCTION_TABLE_GROWTH; ++i) {
+        manager.Function_Add(i, 0, ("f" + std::to_string(i)).c_str(), -1, nullptr, 0, 0);
+    }
+    EXPECT_EQ(manager.Functions(), 65);
+    for (int i = 0; i <= FUNCTION_TABLE_GROWTH; ++i) {
+        Function* function = manager.Function_Get(("F" + std::to_string(i)).c_str(), -1);
+        ASSERT_NE(function, nullptr) << i;
+        EXPECT_EQ(function->index(), i);
+        EXPECT_EQ(manager.Function_Index(i), function);
+    }
+    EXPECT_EQ(manager.Function_Index(65), nullptr);
+}
+
+TEST(FunctionManager, EmptyTableWritesItsHeaderOnlyAndReadsBack) {
+    Dictionary dictionary;
+    FunctionManager manager(&dictionary, 8);
+    EXPECT_EQ(func_of(manager), cat({u16(0), {8}, u32(0)}));
+
+    OpenContainer in(container_with(TAG_FUNC, func_of(manager)));
+    FunctionManager read(&dictionary, 8);
+    read.Function_Add("old", -1, 0);
+    ASSERT_TRUE(read.Read(&in.file));
+    EXPECT_EQ(read.Functions(), 0);
+    EXPECT_EQ(read.Function_Get("old", -1), nullptr);
+    read.Function_Add("new", -1, 0);  // an empty table read from a file grows again
+    EXPECT_EQ(read.Function_Get("NEW", -1)->index(), 0);
+}
+
+TEST(FunctionManager, WritesItsSectionExactly) {
+    Dictionary dictionary;
+    FunctionManager manager(&dictionary, 0);
+    manager.Function_Add(3, 0, "f", 1, "p var", -1, 0x22);
+    EXPECT_EQ(func_of(manager), ONE_FUNCTION);
+}
+
+TEST(FunctionManager, ReadsBackWhatItWrote) {
+    Dictionary dictionary;
+    FunctionManager written(&dictionary, 8);
+    written.Function_Add(0, 0, "main", -1, nullptr, 0, 0);
+    Function* helper = written.Function_Add(1, 0, "Helper", -1, "a, b var", -1, 0x10);
+    helper->variables()->Insert(dictionary.Entry_Add("tmp", -1));
+    written.Function_Add("puts", -1, 0);
+    Bytes func = func_of(written);
+
+    OpenContainer in(container_with(TAG_FUNC, func));
+    FunctionManager read(&dictionary, 8);
+    ASSERT_TRUE(read.Read(&in.file));
+    ASSERT_EQ(read.Functions(), 3);
+    Function* again = read.Function_Get("HELPER", -1);
+    ASSERT_NE(again, nullptr);
+    EXPECT_EQ(again->index(), 1);
+    EXPECT_EQ(again->flags(), 0x10);
+    EXPECT_EQ(again->segment(), 1);
+    EXPECT_EQ(parameters_of(again), parameters_of(helper));
+    EXPECT_EQ(again->variables()->Entries(), 3);
+    EXPECT_EQ(read.Function_Get("puts", -1)->segment_offset(), -1);
+    EXPECT_EQ(func_of(read), func);
+}
+
+TEST(FunctionManager, ThirtyTwoBucketBitsReadAsOneBucket) {
+    Dictionary* dictionary = two_names();
+    Bytes body = ONE_FUNCTION;
+    body[2] = 32;  // function_list_header.bucket_bits 32
+    OpenContainer in(container_with(TAG_FUNC, body));
+    FunctionManager manager(dictionary, 8);
+    ASSERT_TRUE(manager.Read(&in.file));
+    ASSERT_NE(manager.Function_Get("F", -1), nullptr);
+    EXPECT_EQ(parameters_of(manager.Function_Get("f", -1)), (std::vector<Parameter>{{"p", 1, 0}}));
+    delete dictionary;
+}
+
+TEST(FunctionManager, RejectsBadSectionsInCheckOrderAndKeepsItsTable) {
+    struct Case {
+        const char* what;
+        Bytes body;
+        const char* message;
+    };
+    auto with = [](size_t at, Bytes value, Bytes body = ONE_FUNCTION) {
+        std::copy(value.begin(), value.end(), body.begin() + static_cast<long>(at));
+        return body;
+    };
+    auto cut = [](size_t size) {
+        return Bytes(ONE_FUNCTION.begin(), ONE_FUNCTION.begin() + static_cast<long>(size));
+    };
+    const Case cases[] = {
+        {"header cut short", cut(6), "Unexpected end of file"},
+        {"33 bucket bits", with(2, {33}), "function_list_header.bucket_bits out of range"},
+        {"29 bucket bits", with(2, {29}), "read_bucket_size out of range"},
+        {"count past the loose bound", with(3, u32(0x20000000)),
+         "function_list_header.function_count out of range"},
+        {"count past the tight bound", with(3, u32(0x10000000)),
+         "function_list_header.function_count out of range"},
+        {"negative bucket entries", with(0, u16(0x8000)),
+         "function_list_header.bucket_entries out of range"},
+        {"bucket records cut short", cut(10), "Unexpected end of file"},
+        {"bucket number 256 of 256", with(7, u16(256), with(2, {8})),
+         "function_hash_bucket.index out of range"},
+        {"negative bucket number", with(7, u16(0xFFFF)), "function_hash_bucket.index out of range"},
+        {"chain cut short", cut(15), "Unexpected end of file"},
+        {"function record cut short", cut(30), "Unexpected end of file"},
+        {"name without text", with(17, u32(0x7FFFFFFF)), "Invalid function header name index"},
+        {"parameter count past the 12-byte limit", with(21, u32(0x0AAAAAAB)),
+         "function_header.parameter_count out of range"},
+        {"parameter records cut short", cut(45), "Unexpected end of file"},
+        {"parameter name without text", with(37, u32(0xFFFFFFFF)),
+         "Invalid function parameter name index"},
+        {"local table bucket bits", with(51, {33}),
+         "variable_hash_header.bucket_bits out of range"},
+        {"local table cut short", cut(66), "Unexpected end of file"},
+    };
+    Dictionary* dictionary = two_names();
+    for (const Case& c : cases) {
+        OpenContainer in(container_with(TAG_FUNC, c.body));
+        ASSERT_TRUE(in.opened) << c.what;
+        FunctionManager manager(dictionary, 8);
+        manager.Function_Add("kept", -1, 0);
+        EXPECT_FALSE(manager.Read(&in.file)) << c.what;
+        EXPECT_STREQ(manager.error().c_str(), c.message) << c.what;
+        EXPECT_EQ(manager.Functions(), 1) << c.what;
+        EXPECT_NE(manager.Function_Get("KEPT", -1), nullptr) << c.what;
+    }
+    delete dictionary;
+}
+
+TEST(FunctionManager, FailingWritesReportTheFileError) {
+    for (int k = 1;; ++k) {
+        Dictionary dictionary;
+        MemoryFileManager files;
+        TaggedFile file(&files);
+        ASSERT_TRUE(file.Create("out.tnc", nullptr, 0));
+        FunctionManager manager(&dictionary, 8);
+        manager.Function_Add(0, 0, "f", -1, "a", -1, 0);
+        files.faults.fail_write_at = files.faults.writes + k;
+        if (manager.Write(&file)) {
+            // header, buckets, chain, record, parameters, then the local table's three writes
+            EXPECT_EQ(k, 9);
+            break;
+        }
+        EXPECT_STREQ(manager.error().c_str(), "Injected write failure") << k;
+    }
+}
