@@ -1,0 +1,283 @@
+// Localization index of one language: sorted hash chains over key texts and its section.
+#include <vector>
+
+#include "compiled/LocalizedIndex.h"
+
+#include <cstring>
+
+#include "compiled/Dictionary.h"
+#include "compiled/TableSupport.h"
+#include "compiled/TaggedFile.h"
+#include "foundation/ByteOrder.h"
+
+namespace {
+
+constexpr int HEADER_SIZE = 11;
+constexpr int BUCKET_RECORD_SIZE = 6;
+constexpr int ENTRY_RECORD_SIZE = 12;
+
+// Files up to this version hold a single index, under tag 0.
+constexpr uint32_t LAST_SINGLE_INDEX_VERSION = 0x10007;
+
+// Read limits, so that every array sized from them stays within 31 bits. The entry count is
+// tested against a loose and a tight bound and, after the bucket count, against the bound that
+// keeps 12 bytes an entry within 31 bits; all three report alike.
+constexpr uint32_t MAX_BUCKET_BITS = 32;
+constexpr uint32_t MAX_BUCKET_COUNT = 0x1FFFFFFF;
+constexpr uint32_t MAX_INDEX_COUNT_LOOSE = 0x1FFFFFFF;
+constexpr uint32_t MAX_INDEX_COUNT = 0x0FFFFFFF;
+constexpr uint32_t MAX_INDEX_RECORDS = 0x0AAAAAAA;
+
+int* new_links(int count) {
+    int* links = new int[count];
+    for (int i = 0; i < count; ++i) links[i] = -1;
+    return links;
+}
+
+}  // namespace
+
+LocalizedIndex::LocalizedIndex(Dictionary* dictionary, int bucket_bits, int capacity, int language)
+    : language_(language),
+      buckets_(nullptr),
+      bucket_bits_(bucket_bits),
+      bucket_count_(1 << (bucket_bits & 31)),
+      bucket_entries_(0),
+      next_(new_links(capacity)),
+      entries_(new _LI_Entry[capacity]()),
+      count_(0),
+      capacity_(capacity),
+      dictionary_(dictionary) {
+    buckets_ = new_links(bucket_count_);
+}
+
+LocalizedIndex::~LocalizedIndex() {
+    delete[] buckets_;
+    delete[] next_;
+    delete[] entries_;
+}
+
+int LocalizedIndex::Entries() {
+    return count_;
+}
+
+const String& LocalizedIndex::error() {
+    return error_;
+}
+
+void LocalizedIndex::Error(const String& text) {
+    if (text.buffer() != nullptr) error_ = text;
+}
+
+const _LI_Entry* LocalizedIndex::entry(int i) const {
+    return IsEntry(i) ? &entries_[i] : nullptr;
+}
+
+// ---- adding and looking up ----
+
+// Chains are sorted as in the function table: shorter texts first, equal lengths by memcmpi,
+// a text equal to earlier ones after them.
+int LocalizedIndex::Add_Entry(int key, int value) {
+    if (count_ >= capacity_) {
+        int capacity = capacity_ + LOCALIZED_INDEX_GROWTH;
+        int* next = new_links(capacity);
+        _LI_Entry* entries = new _LI_Entry[capacity]();
+        for (int i = 0; i < count_; ++i) {
+            next[i] = next_[i];
+            entries[i] = entries_[i];
+        }
+        delete[] next_;
+        delete[] entries_;
+        next_ = next;
+        entries_ = entries;
+        capacity_ = capacity;
+    }
+    int added = count_;
+    entries_[added] = _LI_Entry{key, value};
+    next_[added] = -1;
+    int length = 0;
+    const char* text = dictionary_->Entry(key, &length);
+    if (text == nullptr) return -1;
+    ++count_;
+
+    int bucket = name_bucket(text, length, bucket_bits_);
+    int previous = -1;
+    int current = buckets_[bucket];
+    if (current == -1) ++bucket_entries_;
+    for (int steps = 0; IsEntry(current) && current != added && steps < count_; ++steps) {
+        int size = 0;
+        const char* other = dictionary_->Entry(entries_[current].key, &size);
+        if (name_order(other, size, text, length) > 0) break;
+        previous = current;
+        current = next_[current];
+    }
+    next_[added] = IsEntry(current) && current != added ? current : -1;
+    if (previous == -1) {
+        buckets_[bucket] = added;
+    } else {
+        next_[previous] = added;
+    }
+    return added;
+}
+
+const _LI_Entry* LocalizedIndex::Get_Entry(int key) {
+    int length = 0;
+    const char* text = dictionary_->Entry(key, &length);
+    return text == nullptr ? nullptr : Get_Entry(text, length);
+}
+
+const _LI_Entry* LocalizedIndex::Get_Entry(const char* text, int length) {
+    if (length == -1) length = static_cast<int>(std::strlen(text));
+    int current = buckets_[name_bucket(text, length, bucket_bits_)];
+    // A chain read from a file may loop; no chain is longer than the index.
+    for (int steps = 0; IsEntry(current) && steps < count_; ++steps) {
+        int size = 0;
+        const char* other = dictionary_->Entry(entries_[current].key, &size);
+        int order = name_order(other, size, text, length);
+        if (order > 0) return nullptr;
+        if (order == 0) return &entries_[current];
+        current = next_[current];
+    }
+    return nullptr;
+}
+
+// ---- writing ----
+
+// Localization index section (tag 'L' 'X' + language number, or 0 in files up to 1.7):
+//   offset  size                   field
+//   0       2                      localized_index_header.bucket_entries
+//   2       1                      localized_index_header.bucket_bits
+//   3       4                      localized_index_header.index_count
+//   7       4                      reserved, zero
+//   11      6 per non-empty bucket localized_index_bucket.index (2), localized_index_bucket.entry
+//   (4) then    12 per entry           localized_index_entry.key, .next, .value (4 each)
+// The chain link sits between key and value here, unlike the language table's records.
+bool LocalizedIndex::Write(TaggedFile* file, int tag) {
+    file->Section_Start(tag);
+    unsigned char header[HEADER_SIZE] = {};
+    put_u16(header, static_cast<uint32_t>(bucket_entries_));
+    put_u8(header + 2, static_cast<uint32_t>(bucket_bits_));
+    put_u32(header + 3, static_cast<uint32_t>(count_));
+
+    std::vector<unsigned char> bucket_records(
+        static_cast<size_t>(BUCKET_RECORD_SIZE * bucket_entries_));
+    int record = 0;
+    for (int b = 0; b < bucket_count_ && record < bucket_entries_; ++b) {
+        if (buckets_[b] == -1) continue;
+        put_u16(bucket_records.data() + BUCKET_RECORD_SIZE * record, static_cast<uint32_t>(b));
+        put_u32(bucket_records.data() + BUCKET_RECORD_SIZE * record + 2,
+                static_cast<uint32_t>(buckets_[b]));
+        ++record;
+    }
+    std::vector<unsigned char> entry_records(static_cast<size_t>(ENTRY_RECORD_SIZE * count_));
+    for (int i = 0; i < count_; ++i) {
+        unsigned char* p = entry_records.data() + ENTRY_RECORD_SIZE * i;
+        put_u32(p, static_cast<uint32_t>(entries_[i].key));
+        put_u32(p + 4, static_cast<uint32_t>(next_[i]));
+        put_u32(p + 8, static_cast<uint32_t>(entries_[i].value));
+    }
+
+    bool ok = true;
+    auto write = [&](const unsigned char* bytes, int size) {
+        if (ok && size > 0 && file->Section_Write(bytes, size) != size) ok = false;
+    };
+    write(header, HEADER_SIZE);
+    write(bucket_records.data(), BUCKET_RECORD_SIZE * record);
+    write(entry_records.data(), ENTRY_RECORD_SIZE * count_);
+    if (!ok) {
+        Error(file->error());
+        return false;
+    }
+    file->Section_End();
+    return true;
+}
+
+// ---- reading ----
+
+bool LocalizedIndex::Read(TaggedFile* file, int tag) {
+    bool started = file->Section_Read_Start(tag);
+    // Old files hold their single index under tag 0.
+    if (!started && tag != 0 &&
+        static_cast<uint32_t>(file->version()) <= LAST_SINGLE_INDEX_VERSION) {
+        started = file->Section_Read_Start(0);
+    }
+    unsigned char header[HEADER_SIZE];
+    if (!started || file->Section_Read(header, HEADER_SIZE) != HEADER_SIZE) {
+        Error(file->error());
+        return false;
+    }
+    uint32_t bucket_bits = get_u8(header + 2);
+    if (bucket_bits > MAX_BUCKET_BITS) {
+        Error(String("localized_index_header.bucket_bits out of range"));
+        return false;
+    }
+    uint32_t bucket_count = 1u << (bucket_bits & 31);
+    if (bucket_count > MAX_BUCKET_COUNT) {
+        Error(String("read_bucket_size out of range"));
+        return false;
+    }
+    uint32_t index_count = get_u32(header + 3);
+    if (index_count > MAX_INDEX_COUNT_LOOSE || index_count > MAX_INDEX_COUNT) {
+        Error(String("localized_index_header.index_count out of range"));
+        return false;
+    }
+    int bucket_entries = get_s16(header);
+    if (bucket_entries < 0) {
+        Error(String("localized_index_header.bucket_entries out of range"));
+        return false;
+    }
+    if (index_count > MAX_INDEX_RECORDS) {
+        Error(String("localized_index_header.index_count out of range"));
+        return false;
+    }
+
+    std::vector<unsigned char> bucket_records;
+    if (file->Section_Read_Vector(&bucket_records, BUCKET_RECORD_SIZE * bucket_entries) !=
+        BUCKET_RECORD_SIZE * bucket_entries) {
+        Error(file->error());
+        return false;
+    }
+    int* buckets = new_links(static_cast<int>(bucket_count));
+    for (int r = 0; r < bucket_entries; ++r) {
+        const unsigned char* record = bucket_records.data() + BUCKET_RECORD_SIZE * r;
+        int bucket = get_s16(record);
+        if (bucket < 0 || static_cast<uint32_t>(bucket) >= bucket_count) {
+            delete[] buckets;
+            Error(String("localized_index_bucket.index out of range"));
+            return false;
+        }
+        buckets[bucket] = get_s32(record + 2);
+    }
+
+    int count = static_cast<int>(index_count);
+    std::vector<unsigned char> entry_records;
+    if (file->Section_Read_Vector(&entry_records, ENTRY_RECORD_SIZE * count) !=
+        ENTRY_RECORD_SIZE * count) {
+        delete[] buckets;
+        Error(file->error());
+        return false;
+    }
+    int* next = new int[count];
+    _LI_Entry* entries = new _LI_Entry[count];
+    for (int i = 0; i < count; ++i) {
+        const unsigned char* p = entry_records.data() + ENTRY_RECORD_SIZE * i;
+        entries[i] = _LI_Entry{get_s32(p), get_s32(p + 8)};
+        next[i] = get_s32(p + 4);
+    }
+    file->Section_Read_End();
+
+    delete[] buckets_;
+    delete[] next_;
+    delete[] entries_;
+    buckets_ = buckets;
+    bucket_bits_ = static_cast<int>(bucket_bits);
+    bucket_count_ = static_cast<int>(bucket_count);
+    bucket_entries_ = 0;
+    for (int b = 0; b < bucket_count_; ++b) {
+        if (buckets_[b] != -1) ++bucket_entries_;
+    }
+    next_ = next;
+    entries_ = entries;
+    count_ = count;
+    capacity_ = count;
+    return true;
+}

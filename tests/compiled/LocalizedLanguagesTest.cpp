@@ -1,0 +1,438 @@
+// Localization tables: the language table and its indexes, the two section layouts, the tags
+// by file version, lazy loading, the current-language lookup with its fallback, and every read
+// check of "locl" and of an index section.
+#include "compiled/LocalizedLanguages.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "compiled/Dictionary.h"
+#include "compiled/LocalizedIndex.h"
+#include "driver/UNIXAssemblerApplication.h"
+#include "foundation/Hash.h"
+#include "tests/compiled/TableFiles.h"
+
+namespace {
+
+constexpr int VERSION_1_7 = 0x10007;
+constexpr int VERSION_1_8 = 0x10008;
+
+char program_name[] = "tnasm";
+char* arguments[] = {program_name, nullptr};
+
+uint32_t index_bucket(const char* key) {
+    return hash(key, static_cast<uint32_t>(strlen(key)), 0) & 0xFFF;
+}
+
+int value_of(const _LI_Entry* entry) {
+    return entry == nullptr ? -1 : entry->value;
+}
+
+// Two languages with the key "hello" each, in a language table of one bucket.
+// clang-format off
+const Bytes TWO_LANGUAGES = cat({
+    u16(1), {0}, u32(2),           //  0 localized_language_header: 1 bucket record, 0 bits, 2 languages
+    u16(0), u32(1),                //  7 localized_language_bucket: bucket 0 starts at "de"
+    u32(0), u32(0xFFFFFFFF),       // 13 localized_language [0]: "en-US" (dictionary 0), last
+    u32(2), u32(0),                // 21 localized_language [1]: "de" (dictionary 2), then [0]
+});
+const Bytes ENGLISH_INDEX = cat({
+    u16(1), {12}, u32(1),          //  0 localized_index_header: 1 bucket record, 12 bits, 1 entry
+    u32(0),                        //  7 reserved
+    u16(index_bucket("hello")),    // 11 localized_index_bucket.index
+    u32(0),                        //    localized_index_bucket.entry
+    u32(1), u32(0xFFFFFFFF), u32(100),  // 17 entry [0]: key "hello" (dictionary 1), last, value 100
+});
+const Bytes GERMAN_INDEX = cat({
+    u16(1), {12}, u32(1), u32(0),
+    u16(index_bucket("hello")), u32(0),
+    u32(3), u32(0xFFFFFFFF), u32(200),  // key "hello" (dictionary 3), value 200
+});
+// clang-format on
+
+// The assembler's way of filling the table behind the fixtures above.
+void add_two_languages(LocalizedLanguages& languages) {
+    EXPECT_EQ(languages.Add_Entry("en-US", -1, "hello", -1, 100), 0);
+    EXPECT_EQ(languages.Add_Entry("de", -1, "hello", -1, 200), 0);
+}
+
+std::vector<Section> written(LocalizedLanguages& languages, int version) {
+    return sections_of(
+        write_container([&](TaggedFile& f) { return languages.Write(&f); }, version));
+}
+
+}  // namespace
+
+// ---- the index of one language ----
+
+TEST(LocalizedIndex, KeysMatchRegardlessOfCase) {
+    Dictionary dictionary;
+    LocalizedIndex index(&dictionary, 12, 128, 0);
+    EXPECT_EQ(index.Add_Entry(dictionary.Entry_Add("Title", -1), 7), 0);
+    EXPECT_EQ(value_of(index.Get_Entry(dictionary.Entry_Add("TITLE", -1))), 7);
+    EXPECT_EQ(value_of(index.Get_Entry("title", -1)), 7);
+    EXPECT_EQ(index.Get_Entry("titles", -1), nullptr);
+    EXPECT_EQ(index.Get_Entry(99), nullptr);
+
+    // A key without text is stored but not counted; the next pair takes its place.
+    EXPECT_EQ(index.Add_Entry(99, 1), -1);
+    EXPECT_EQ(index.Entries(), 1);
+    EXPECT_EQ(index.Add_Entry(dictionary.Entry_Add("other", -1), 8), 1);
+    EXPECT_EQ(value_of(index.Get_Entry("OTHER", -1)), 8);
+}
+
+TEST(LocalizedIndex, ChainsAreSortedAndTheLayoutKeepsNextBetweenKeyAndValue) {
+    Dictionary dictionary;
+    LocalizedIndex index(&dictionary, 0, 128, 0);
+    for (const char* key : {"bb", "a", "ab"}) index.Add_Entry(dictionary.Entry_Add(key, -1), 10);
+    Bytes file = write_container([&](TaggedFile& f) { return index.Write(&f, TAG_NONE); });
+    std::vector<Section> sections = sections_of(file);
+    ASSERT_EQ(sections.size(), 1u);
+    EXPECT_EQ(sections[0].tag, 0);
+    EXPECT_EQ(sections[0].bytes, cat({
+                                     u16(1),
+                                     {0},
+                                     u32(3),
+                                     u32(0),  // header, reserved zero
+                                     u16(0),
+                                     u32(1),  // bucket 0 starts at "a"
+                                     u32(0),
+                                     u32(0xFFFFFFFF),
+                                     u32(10),  // "bb", last
+                                     u32(1),
+                                     u32(2),
+                                     u32(10),  // "a" -> "ab"
+                                     u32(2),
+                                     u32(0),
+                                     u32(10),  // "ab" -> "bb"
+                                 }));
+}
+
+TEST(LocalizedIndex, GrowsByWholeSteps) {
+    Dictionary dictionary;
+    LocalizedIndex index(&dictionary, 12, 128, 0);
+    for (int i = 0; i <= LOCALIZED_INDEX_GROWTH; ++i) {
+        ASSERT_EQ(index.Add_Entry(dictionary.Entry_Add(("k" + std::to_string(i)).c_str(), -1), i),
+                  i);
+    }
+    for (int i = 0; i <= LOCALIZED_INDEX_GROWTH; ++i) {
+        ASSERT_EQ(value_of(index.Get_Entry(("K" + std::to_string(i)).c_str(), -1)), i);
+    }
+}
+
+TEST(LocalizedIndex, OldFilesKeepTheirSingleIndexUnderTagZero) {
+    struct Case {
+        int version;
+        bool found;
+    };
+    for (const Case c : {Case{VERSION_1_7, true}, Case{VERSION_1_8, false}}) {
+        Dictionary dictionary;
+        dictionary.Entry_Add("en-US", -1);
+        dictionary.Entry_Add("hello", -1);
+        OpenContainer in(container_with(TAG_NONE, ENGLISH_INDEX, c.version));
+        LocalizedIndex index(&dictionary, 12, 128, 1);
+        EXPECT_EQ(index.Read(&in.file, tag_language_index(1)), c.found) << c.version;
+        EXPECT_EQ(value_of(index.Get_Entry("HELLO", -1)), c.found ? 100 : -1) << c.version;
+        if (!c.found) {
+            EXPECT_STREQ(index.error().c_str(), "Invalid section");
+        }
+    }
+}
+
+TEST(LocalizedIndex, ThirtyTwoBucketBitsReadAsOneBucket) {
+    Dictionary dictionary;
+    dictionary.Entry_Add("en-US", -1);
+    dictionary.Entry_Add("hello", -1);
+    Bytes body = ENGLISH_INDEX;
+    body[2] = 32;
+    put_u16(body.data() + 11, 0);
+    OpenContainer in(container_with(tag_language_index(0), body, VERSION_1_8));
+    LocalizedIndex index(&dictionary, 12, 128, 0);
+    ASSERT_TRUE(index.Read(&in.file, tag_language_index(0)));
+    EXPECT_EQ(value_of(index.Get_Entry("Hello", -1)), 100);
+}
+
+TEST(LocalizedIndex, RejectsBadSectionsInCheckOrderAndKeepsItsKeys) {
+    struct Case {
+        const char* what;
+        Bytes body;
+        const char* message;
+    };
+    auto with = [](size_t at, Bytes value, Bytes body = ENGLISH_INDEX) {
+        std::copy(value.begin(), value.end(), body.begin() + static_cast<long>(at));
+        return body;
+    };
+    auto cut = [](size_t size) {
+        return Bytes(ENGLISH_INDEX.begin(), ENGLISH_INDEX.begin() + static_cast<long>(size));
+    };
+    const char* const COUNT = "localized_index_header.index_count out of range";
+    const Case cases[] = {
+        {"header cut short", cut(10), "Unexpected end of file"},
+        {"33 bucket bits", with(2, {33}), "localized_index_header.bucket_bits out of range"},
+        {"29 bucket bits", with(2, {29}), "read_bucket_size out of range"},
+        {"count past the loose bound", with(3, u32(0x20000000)), COUNT},
+        {"count past the tight bound", with(3, u32(0x10000000)), COUNT},
+        {"negative bucket entries", with(0, u16(0x8000)),
+         "localized_index_header.bucket_entries out of range"},
+        {"bucket entries checked before the 12-byte limit",
+         with(0, u16(0x8000), with(3, u32(0x0B000000))),
+         "localized_index_header.bucket_entries out of range"},
+        {"count past the 12-byte limit", with(3, u32(0x0B000000)), COUNT},
+        {"bucket records cut short", cut(14), "Unexpected end of file"},
+        {"negative bucket number", with(11, u16(0x8000)),
+         "localized_index_bucket.index out of range"},
+        {"bucket number equal to the bucket count", with(11, u16(4096)),
+         "localized_index_bucket.index out of range"},
+        {"entries cut short", cut(28), "Unexpected end of file"},
+    };
+    Dictionary dictionary;
+    dictionary.Entry_Add("en-US", -1);
+    dictionary.Entry_Add("hello", -1);
+    int kept = dictionary.Entry_Add("kept", -1);
+    for (const Case& c : cases) {
+        OpenContainer in(container_with(tag_language_index(0), c.body, VERSION_1_8));
+        ASSERT_TRUE(in.opened) << c.what;
+        LocalizedIndex index(&dictionary, 12, 128, 0);
+        index.Add_Entry(kept, 5);
+        EXPECT_FALSE(index.Read(&in.file, tag_language_index(0))) << c.what;
+        EXPECT_STREQ(index.error().c_str(), c.message) << c.what;
+        EXPECT_EQ(index.Entries(), 1) << c.what;
+        EXPECT_EQ(value_of(index.Get_Entry("KEPT", -1)), 5) << c.what;
+    }
+}
+
+// ---- the language table ----
+
+TEST(LocalizedLanguages, DefaultVersionWritesOnlyTheFirstLanguagesIndex) {
+    UNIXAssemblerApplication application(1, arguments);
+    Dictionary dictionary;
+    LocalizedLanguages languages(&application, &dictionary, nullptr, 0, 8);
+    add_two_languages(languages);
+    std::vector<Section> sections = written(languages, 0x10001);
+    ASSERT_EQ(sections.size(), 2u);
+    EXPECT_EQ(sections[0].tag, TAG_LOCL);
+    EXPECT_EQ(sections[0].bytes, TWO_LANGUAGES);
+    EXPECT_EQ(sections[1].tag, TAG_NONE);
+    EXPECT_EQ(sections[1].bytes, ENGLISH_INDEX);
+}
+
+TEST(LocalizedLanguages, LaterVersionsWriteEveryIndexUnderItsNumber) {
+    UNIXAssemblerApplication application(1, arguments);
+    Dictionary dictionary;
+    LocalizedLanguages languages(&application, &dictionary, nullptr, 0, 8);
+    add_two_languages(languages);
+    std::vector<Section> sections = written(languages, VERSION_1_8);
+    ASSERT_EQ(sections.size(), 3u);
+    EXPECT_EQ(sections[0].bytes, TWO_LANGUAGES);
+    EXPECT_EQ(u32(static_cast<uint32_t>(sections[1].tag)), (Bytes{'L', 'X', 0, 0}));
+    EXPECT_EQ(sections[1].bytes, ENGLISH_INDEX);
+    EXPECT_EQ(u32(static_cast<uint32_t>(sections[2].tag)), (Bytes{'L', 'X', 1, 0}));
+    EXPECT_EQ(sections[2].bytes, GERMAN_INDEX);
+}
+
+TEST(LocalizedLanguages, EmptyTableWritesItsHeaderOnly) {
+    UNIXAssemblerApplication application(1, arguments);
+    Dictionary dictionary;
+    LocalizedLanguages languages(&application, &dictionary, nullptr, 12, 8);
+    for (int version : {0x10001, VERSION_1_8}) {
+        std::vector<Section> sections = written(languages, version);
+        ASSERT_EQ(sections.size(), 1u);
+        EXPECT_EQ(sections[0].bytes, cat({u16(0), {12}, u32(0)}));
+    }
+}
+
+TEST(LocalizedLanguages, CodesMatchRegardlessOfCase) {
+    UNIXAssemblerApplication application(1, arguments);
+    Dictionary dictionary;
+    LocalizedLanguages languages(&application, &dictionary, nullptr, 12, 8);
+    EXPECT_EQ(languages.Add_Entry("en-US", -1, "a", -1, 1), 0);
+    EXPECT_EQ(languages.Add_Entry("EN-us", -1, "b", -1, 2), 1);
+    EXPECT_EQ(languages.Entries(), 1);
+    _LL_Entry* english = languages.Get_Language_Entry("En-Us", -1);
+    ASSERT_NE(english, nullptr);
+    EXPECT_EQ(english->index->Entries(), 2);
+    EXPECT_EQ(languages.Get_Language_Entry("en", -1), nullptr);
+    EXPECT_EQ(languages.Add_Entry(99), -1);  // a code without text cannot be hashed
+    EXPECT_EQ(languages.Entries(), 1);
+}
+
+TEST(LocalizedLanguages, GrowsByWholeSteps) {
+    UNIXAssemblerApplication application(1, arguments);
+    Dictionary dictionary;
+    LocalizedLanguages languages(&application, &dictionary, nullptr, 12, 8);
+    for (int i = 0; i <= LOCALIZED_LANGUAGES_GROWTH; ++i) {
+        ASSERT_EQ(languages.Add_Entry(dictionary.Entry_Add(("l" + std::to_string(i)).c_str(), -1)),
+                  i);
+    }
+    for (int i = 0; i <= LOCALIZED_LANGUAGES_GROWTH; ++i) {
+        _LL_Entry* language = languages.Get_Language_Entry(("L" + std::to_string(i)).c_str(), -1);
+        ASSERT_NE(language, nullptr);
+        EXPECT_EQ(language->index->language(), i);
+    }
+}
+
+TEST(LocalizedLanguages, CurrentLanguageFallsBackToTheDefault) {
+    UNIXAssemblerApplication application(1, arguments);
+    Dictionary dictionary;
+    LocalizedLanguages languages(&application, &dictionary, nullptr, 12, 8);
+    languages.Add_Entry("en-US", -1, "both", -1, 1);
+    languages.Add_Entry("en-US", -1, "english only", -1, 2);
+    languages.Add_Entry("de", -1, "both", -1, 3);
+    application.SetLanguage("DE", -1);
+    EXPECT_EQ(value_of(languages.Get_Entry(dictionary.Entry_Add("Both", -1))), 3);
+    EXPECT_EQ(value_of(languages.Get_Entry(dictionary.Entry_Add("english only", -1))), 2);
+    EXPECT_EQ(languages.Get_Entry(dictionary.Entry_Add("neither", -1)), nullptr);
+    application.SetLanguage("fr", -1);  // no such language: straight to the default
+    EXPECT_EQ(value_of(languages.Get_Entry(dictionary.Entry_Add("both", -1))), 1);
+
+    // A given language is added, empty, when missing.
+    int italian = dictionary.Entry_Add("it", -1);
+    EXPECT_EQ(languages.Get_Entry(italian, dictionary.Entry_Add("both", -1)), nullptr);
+    EXPECT_NE(languages.Get_Language_Entry(italian), nullptr);
+}
+
+TEST(LocalizedLanguages, DefaultLookupIsStampedWithTheCurrentCounter) {
+    // The default language "fr" is missing at the first lookup and added afterwards. Whether the
+    // next fallback sees it depends only on whether the two counters differ.
+    struct Case {
+        const char* what;
+        bool set_language;
+        int after_adding;
+    };
+    const Case cases[] = {
+        {"counters differ: looked up again", false, 7},
+        {"counters equal: cached miss stays", true, -1},
+    };
+    for (const Case& c : cases) {
+        UNIXAssemblerApplication application(1, arguments);
+        application.SetDefaultLanguage("fr", -1);
+        if (c.set_language) application.SetLanguage("xx", -1);
+        Dictionary dictionary;
+        LocalizedLanguages languages(&application, &dictionary, nullptr, 12, 8);
+        languages.Add_Entry("de", -1, "k", -1, 1);
+        int key = dictionary.Entry_Add("k", -1);
+        EXPECT_EQ(languages.Get_Entry(key), nullptr) << c.what;
+        languages.Add_Entry("fr", -1, "k", -1, 7);
+        EXPECT_EQ(value_of(languages.Get_Entry(key)), c.after_adding) << c.what;
+    }
+}
+
+TEST(LocalizedLanguages, TableReadFromAFileLoadsEachIndexOnFirstUse) {
+    UNIXAssemblerApplication application(1, arguments);
+    Dictionary dictionary;
+    LocalizedLanguages source(&application, &dictionary, nullptr, 0, 8);
+    add_two_languages(source);
+    Bytes file = write_container([&](TaggedFile& f) { return source.Write(&f); }, VERSION_1_8);
+
+    OpenContainer in(file);
+    LocalizedLanguages languages(&application, &dictionary, &in.file, 12, 8);
+    languages.Add_Entry("old", -1, "k", -1, 1);
+    ASSERT_TRUE(languages.Read());
+    EXPECT_EQ(languages.Entries(), 2);
+    EXPECT_EQ(languages.Get_Language_Entry("old", -1), nullptr);
+    ASSERT_NE(languages.language(1), nullptr);
+    EXPECT_EQ(languages.language(1)->index, nullptr);
+    EXPECT_EQ(in.files.deactivations, 0);
+
+    _LL_Entry* german = languages.Get_Language_Entry("DE", -1);
+    ASSERT_NE(german, nullptr);
+    EXPECT_EQ(value_of(german->index->Get_Entry("hello", -1)), 200);
+    EXPECT_EQ(in.files.deactivations, 1);
+    EXPECT_EQ(languages.Get_Language_Entry("de", -1), german);
+    EXPECT_EQ(in.files.deactivations, 1) << "a loaded index is not read again";
+    EXPECT_EQ(languages.language(0)->index, nullptr);
+
+    EXPECT_EQ(value_of(languages.Get_Entry(dictionary.Entry_Add("hello", -1))), 100);
+    EXPECT_EQ(in.files.deactivations, 2);
+
+    // What a reader loaded, the writer writes back to the same bytes.
+    EXPECT_EQ(sections_of(
+                  write_container([&](TaggedFile& f) { return languages.Write(&f); }, VERSION_1_8)),
+              sections_of(file));
+}
+
+TEST(LocalizedLanguages, IndexThatFailsToLoadLeavesTheLanguageUnfound) {
+    UNIXAssemblerApplication application(1, arguments);
+    Dictionary dictionary;
+    dictionary.Entry_Add("en-US", -1);
+    dictionary.Entry_Add("hello", -1);
+    dictionary.Entry_Add("de", -1);
+    Bytes bad_index = ENGLISH_INDEX;
+    bad_index[2] = 33;
+    OpenContainer in(container_with({{TAG_LOCL, TWO_LANGUAGES}, {tag_language_index(0), bad_index}},
+                                    VERSION_1_8));
+    LocalizedLanguages languages(&application, &dictionary, &in.file, 12, 8);
+    ASSERT_TRUE(languages.Read());
+    EXPECT_EQ(languages.Get_Language_Entry("en-US", -1), nullptr);
+    EXPECT_STREQ(languages.error().c_str(), "localized_index_header.bucket_bits out of range");
+    // The failed read left the first index section current, and the container answers a request
+    // for the missing second one with the current section: the same bad header again.
+    EXPECT_EQ(languages.Get_Language_Entry("de", -1), nullptr);
+    EXPECT_STREQ(languages.error().c_str(), "localized_index_header.bucket_bits out of range");
+    EXPECT_EQ(in.files.deactivations, 2);
+}
+
+TEST(LocalizedLanguages, RejectsBadSectionsInCheckOrderAndKeepsItsLanguages) {
+    struct Case {
+        const char* what;
+        Bytes body;
+        const char* message;
+    };
+    auto with = [](size_t at, Bytes value, Bytes body = TWO_LANGUAGES) {
+        std::copy(value.begin(), value.end(), body.begin() + static_cast<long>(at));
+        return body;
+    };
+    auto cut = [](size_t size) {
+        return Bytes(TWO_LANGUAGES.begin(), TWO_LANGUAGES.begin() + static_cast<long>(size));
+    };
+    const char* const COUNT = "localized_language_header.index_count out of range";
+    const Case cases[] = {
+        {"header cut short", cut(5), "Unexpected end of file"},
+        {"33 bucket bits", with(2, {33}), "localized_language_header.bucket_bits out of range"},
+        {"29 bucket bits", with(2, {29}), "read_bucket_size out of range"},
+        {"count past the loose bound", with(3, u32(0x20000000)), COUNT},
+        {"count past the tight bound", with(3, u32(0x08000000)), COUNT},
+        {"count at the tight bound, records missing", with(3, u32(0x07FFFFFF)),
+         "Unexpected end of file"},
+        {"negative bucket entries", with(0, u16(0x8000)),
+         "localized_language_header.bucket_entries out of range"},
+        {"bucket records cut short", cut(12), "Unexpected end of file"},
+        {"bucket number equal to the bucket count", with(7, u16(1)),
+         "localized_language_bucket.index out of range"},
+        {"negative bucket number", with(7, u16(0xFFFF)),
+         "localized_language_bucket.index out of range"},
+        {"language records cut short", cut(28), "Unexpected end of file"},
+    };
+    UNIXAssemblerApplication application(1, arguments);
+    for (const Case& c : cases) {
+        OpenContainer in(container_with(TAG_LOCL, c.body, VERSION_1_8));
+        ASSERT_TRUE(in.opened) << c.what;
+        Dictionary dictionary;
+        LocalizedLanguages languages(&application, &dictionary, &in.file, 12, 8);
+        languages.Add_Entry("kept", -1, "k", -1, 1);
+        EXPECT_FALSE(languages.Read()) << c.what;
+        EXPECT_STREQ(languages.error().c_str(), c.message) << c.what;
+        EXPECT_EQ(languages.Entries(), 1) << c.what;
+        EXPECT_NE(languages.Get_Language_Entry("KEPT", -1), nullptr) << c.what;
+    }
+}
+
+TEST(LocalizedLanguages, FailingWritesReportTheFileError) {
+    UNIXAssemblerApplication application(1, arguments);
+    for (int k = 1;; ++k) {
+        Dictionary dictionary;
+        MemoryFileManager files;
+        TaggedFile file(&files);
+        ASSERT_TRUE(file.Create("out.tnc", nullptr, VERSION_1_8));
+        LocalizedLanguages languages(&application, &dictionary, nullptr, 12, 8);
+        add_two_languages(languages);
+        files.faults.fail_write_at = files.faults.writes + k;
+        if (languages.Write(&file)) {
+            EXPECT_EQ(k, 10) << "three writes for the table, three for each index";
+            break;
+        }
+        EXPECT_STREQ(languages.error().c_str(), "Injected write failure") << k;
+    }
+}
