@@ -91,6 +91,9 @@ class Parser {
     explicit Parser(File* file);
     // Ends the mapped view; the file itself stays open.
     virtual ~Parser();
+    // One parser per mapped view.
+    Parser(const Parser&) = delete;
+    Parser& operator=(const Parser&) = delete;
 
     // ---- operations of the assembler, in slot order ----
     // Reports an assembly error at the current line; returns 1.
