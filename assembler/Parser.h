@@ -4,6 +4,7 @@
 #define TARN_ASSEMBLER_PARSER_H
 
 #include "assembler/OpcodeLookup.h"
+#include "compiled/Function.h"  // the function qualifier bits FUNCTION_EXTERNAL ... FUNCTION_PRIVATE
 #include "driver/ErrorCode.h"
 #include "foundation/String.h"
 #include "platform/File.h"
@@ -51,14 +52,6 @@ enum GrammarStateKind {
     STATE_COMMA = 11
 };
 
-// Function qualifier bits, as the function table stores them.
-constexpr int FUNCTION_EXTERNAL = 0x01;
-constexpr int FUNCTION_COMPRESSWHITESPACE = 0x02;
-constexpr int FUNCTION_ERROROUTPUTLEVELON = 0x04;
-constexpr int FUNCTION_ERROROUTPUTLEVELOFF = 0x08;
-constexpr int FUNCTION_STDOUTINHERIT = 0x10;
-constexpr int FUNCTION_PRIVATE = 0x20;
-
 // Parameter passing, as the function table stores it.
 constexpr int PARAMETER_VALUE = 0;
 constexpr int PARAMETER_REFERENCE = 1;
@@ -91,9 +84,6 @@ class Parser {
     explicit Parser(File* file);
     // Ends the mapped view; the file itself stays open.
     virtual ~Parser();
-    // One parser per mapped view.
-    Parser(const Parser&) = delete;
-    Parser& operator=(const Parser&) = delete;
 
     // ---- operations of the assembler, in slot order ----
     // Reports an assembly error at the current line; returns 1.

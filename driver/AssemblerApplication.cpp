@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "assembler/AssemblerParser.h"
 #include "platform/FileManager.h"
 #include "platform/Output.h"
 
@@ -116,13 +117,25 @@ int AssemblerApplication::AssembleError(ErrorCode code, const char* file, int li
 
 // The assembly stages over the opened source: grammar, resolution, then writing the compiled
 // file to outputfilename() with headeridentifier(). Each stage reports its own errors; the
-// first failure ends the run with 1. The caller deletes 'source' afterwards.
+// first failure ends the run with 1. The compiled file is created only by the last stage, so a
+// run that fails earlier leaves no output behind. The caller deletes 'source' afterwards,
+// once the parser (which maps it) is gone.
 int AssemblerApplication::Assemble(File* source, const char* path) {
-    // TODO(#7): run the assembler over 'source'; until then no run succeeds and no file is
-    // written.
-    (void)source;
-    (void)path;
-    return 1;
+    AssemblerParser* parser = new AssemblerParser(this, source, path);
+    int status = 0;
+    if (!parser->mapped()) {
+        // An unreadable source would otherwise assemble as an empty program.
+        String message("Unable to open '");
+        message.cat(path);
+        message.cat("': ");
+        message.cat(source->error().c_str(), source->error().length());
+        status = parser->ArgumentError(message);
+    }
+    if (status == 0) status = parser->Start();
+    if (status == 0) status = parser->Resolve();
+    if (status == 0) status = parser->Write(output_file_name_, header_identifier_);
+    delete parser;
+    return status == 0 ? 0 : 1;
 }
 
 void AssemblerApplication::PrintUsage() {

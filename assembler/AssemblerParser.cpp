@@ -1,0 +1,426 @@
+// Directive processing: the assembler's state behind the grammar, resolution of function
+// references and the writing of the compiled file.
+#include "assembler/AssemblerParser.h"
+
+#include <cstdio>
+
+#include "compiled/FunctionManager.h"
+#include "compiled/Function.h"
+#include "compiled/Segment.h"
+#include "compiled/SegmentManager.h"
+#include "compiled/TaggedFile.h"
+#include "compiled/VariableHash.h"
+#include "driver/AssemblerApplication.h"
+
+namespace {
+
+// The file format version starts at 1.1; `.version` can only raise it.
+constexpr int DEFAULT_FILE_VERSION = 0x00010001;
+
+// Table sizes of the compiled file: 256 function buckets; 4096 buckets and room for 512
+// variables in the global and system tables; 4096 language buckets and room for 8 languages.
+constexpr int FUNCTION_BUCKET_BITS = 8;
+constexpr int VARIABLE_BUCKET_BITS = 12;
+constexpr int VARIABLE_CAPACITY = 512;
+constexpr int LANGUAGE_BUCKET_BITS = 12;
+constexpr int LANGUAGE_CAPACITY = 8;
+
+// `retn` closes every function body.
+constexpr int OPCODE_RETN = 60;
+
+// Bit of the dictionary's flags word that disables logging for the program.
+constexpr int DICTIONARY_LOGGING_DISABLED = 0x01;
+
+// Operand kinds of the mnemonic table.
+enum ResolutionType {
+    RESOLVE_INTEGER = 0,
+    RESOLVE_DOUBLE = 1,
+    RESOLVE_STRING_CONSTANT = 2,
+    RESOLVE_SYSTEM_VARIABLE = 3,
+    RESOLVE_GLOBAL_VARIABLE = 4,
+    RESOLVE_LOCAL_VARIABLE = 5,
+    RESOLVE_LABEL = 7,
+    RESOLVE_FUNCTION = 8,
+};
+
+// Localized text pieces: a variable name between two '%' signs, or literal text.
+constexpr int PIECE_VARIABLE = 0;
+constexpr int PIECE_LITERAL = 1;
+
+// An empty quoted string may come with no buffer at all.
+const char* text_or_empty(const char* text) {
+    return text != nullptr ? text : "";
+}
+
+String message_with(const char* prefix, const char* text, int length,
+                    const char* suffix = nullptr) {
+    String message(prefix);
+    message.cat(text, length);
+    if (suffix != nullptr) message.cat(suffix);
+    return message;
+}
+
+}  // namespace
+
+AssemblerParser::AssemblerParser(AssemblerApplication* application, File* file,
+                                 const char* source_name)
+    : Parser(file),
+      application_(application),
+      segment_manager_(new SegmentManager()),
+      spare_placeholders_(1),
+      function_references_(1),
+      global_identifiers_(1),
+      system_identifiers_(1),
+      function_names_(1),
+      string_identifiers_(1),
+      lookup_name_(),
+      function_manager_(new FunctionManager(&dictionary_, FUNCTION_BUCKET_BITS)),
+      current_function_(nullptr),
+      current_context_(nullptr),
+      external_declaration_open_(false),
+      contexts_(1),
+      saved_context_(nullptr),
+      function_stack_(0),
+      global_hash_(new VariableHash(&dictionary_, VARIABLE_BUCKET_BITS, VARIABLE_CAPACITY, 0)),
+      system_hash_(new VariableHash(&dictionary_, VARIABLE_BUCKET_BITS, VARIABLE_CAPACITY, 0)),
+      dictionary_(),
+      localized_dictionary_(),
+      localized_languages_(application, &dictionary_, nullptr, LANGUAGE_BUCKET_BITS,
+                           LANGUAGE_CAPACITY),
+      ident_list_(),
+      current_opcode_(0),
+      operand_count_(0),
+      source_name_(source_name),
+      file_version_(DEFAULT_FILE_VERSION) {
+    // Code and `.local` declarations outside any function go to segment 0 and to the global
+    // tables.
+    current_context_ = new FunctionContext(this, &dictionary_, nullptr, segment_manager_->Start(),
+                                           &global_identifiers_, global_hash_);
+    contexts_.Insert(current_context_, LIST_TAIL);
+}
+
+AssemblerParser::~AssemblerParser() {
+    delete segment_manager_;
+    delete global_hash_;
+    delete system_hash_;
+    delete function_manager_;
+}
+
+// ---- errors ----
+
+int AssemblerParser::AssembleError(ErrorCode code, const String& message) {
+    (void)application_->AssembleError(code, source_name_, line(), message);
+    return 1;
+}
+
+int AssemblerParser::ArgumentError(const String& message) {
+    (void)application_->ArgumentError(message);
+    return 1;
+}
+
+// ---- variables ----
+
+int AssemblerParser::ProcessGlobal(const char* identifier, int identifier_length, const char* name,
+                                   int name_length) {
+    return current_context_->ProcessVariable(global_hash_, &global_identifiers_, identifier,
+                                             identifier_length, text_or_empty(name), name_length);
+}
+
+int AssemblerParser::ProcessSystem(const char* identifier, int identifier_length, const char* name,
+                                   int name_length) {
+    return current_context_->ProcessVariable(system_hash_, &system_identifiers_, identifier,
+                                             identifier_length, text_or_empty(name), name_length);
+}
+
+int AssemblerParser::ProcessLocal(const char* identifier, int identifier_length, const char* name,
+                                  int name_length) {
+    return current_context_->InsertLocal(identifier, identifier_length, text_or_empty(name),
+                                         name_length);
+}
+
+// ---- instructions ----
+
+int AssemblerParser::ProcessOpcode(int opcode, int operand_count) {
+    (void)operand_count;  // the grammar hands the operands over one by one
+    current_opcode_ = opcode;
+    operand_count_ = 0;
+    if (external_declaration_open_) {
+        return AssembleError(
+            AE_OPCODE_IN_EXTERNAL_DECLARATION,
+            String("Only parameter directives are valid inside an external function declaration"));
+    }
+    return current_context_->InsertOperator(opcode);
+}
+
+// String constants, system and global variables are looked up at once, so they must be
+// declared above their first use; labels and functions may come later.
+int AssemblerParser::ProcessImmediate(const char* text, int length, int operands_left,
+                                      int resolution_type) {
+    (void)operands_left;  // the operand number is counted here instead
+    ++operand_count_;
+    switch (resolution_type) {
+        case RESOLVE_INTEGER:
+            // A text that is no integer (an identifier, "1.5") is deliberately emitted as 0.
+            return current_context_->StoreImmediate(application_->stoi(text, length, nullptr));
+        case RESOLVE_DOUBLE:
+            return current_context_->StoreImmediate(application_->stod(text, length, -1, nullptr));
+        case RESOLVE_STRING_CONSTANT: {
+            ResolvablePlaceHolder* constant = FindName(string_identifiers_, text, length);
+            if (constant == nullptr) {
+                return AssembleError(
+                    AE_STRING_IDENTIFIER_NOT_FOUND,
+                    message_with("String constant identifier ", text, length, " not found"));
+            }
+            return current_context_->StoreImmediate(constant->value());
+        }
+        case RESOLVE_SYSTEM_VARIABLE: {
+            ResolvablePlaceHolder* variable = FindName(system_identifiers_, text, length);
+            if (variable == nullptr) {
+                return AssembleError(
+                    AE_SYSTEM_IDENTIFIER_NOT_FOUND,
+                    message_with("System variable identifier ", text, length, " not found"));
+            }
+            return current_context_->StoreImmediate(variable->value());
+        }
+        case RESOLVE_GLOBAL_VARIABLE: {
+            ResolvablePlaceHolder* variable = FindName(global_identifiers_, text, length);
+            if (variable == nullptr) {
+                return AssembleError(
+                    AE_GLOBAL_IDENTIFIER_NOT_FOUND,
+                    message_with("Global variable identifier ", text, length, " not found"));
+            }
+            return current_context_->StoreImmediate(variable->value());
+        }
+        case RESOLVE_LOCAL_VARIABLE:
+            return current_context_->InsertLocalReference(text, length);
+        case RESOLVE_LABEL:
+            return current_context_->InsertLabelReference(text, length, current_opcode_,
+                                                          operand_count_);
+        case RESOLVE_FUNCTION:
+            // Patched by Resolve once every function of the file is known.
+            function_references_.Insert(
+                new ResolvablePlaceHolder(text, length, current_context_->position(),
+                                          current_context_),
+                LIST_TAIL);
+            return current_context_->StoreImmediate(-1);
+        default: {
+            // Kind 6 is deliberately refused, as is any kind outside the table.
+            char number[16];
+            std::snprintf(number, sizeof number, "%d", resolution_type);
+            String message("Internal error:  Unrecognized resolution type - ");
+            message.cat(number);
+            return AssembleError(AE_INTERNAL_ERROR, message);
+        }
+    }
+}
+
+int AssemblerParser::ProcessLabel(const char* name, int length) {
+    return current_context_->InsertLabel(name, length);
+}
+
+// ---- functions ----
+
+int AssemblerParser::ProcessFunction(const char* name, int length, int flags) {
+    bool external = (flags & FUNCTION_EXTERNAL) != 0;
+    if (external_declaration_open_) {
+        return AssembleError(
+            AE_FUNCTION_IN_EXTERNAL_DECLARATION,
+            String("Only parameter directives are valid inside an external function declaration"));
+    }
+    if (saved_context_ != nullptr && !external) {
+        return AssembleError(AE_NESTED_FUNCTION,
+                             String("Nested internal function declarations are not allowed"));
+    }
+    // Function names are unique regardless of case.
+    if (function_manager_->Function_Get(name, length) != nullptr) {
+        return AssembleError(AE_DUPLICATE_FUNCTION,
+                             message_with("Duplicate function: ", name, length));
+    }
+    if (external) {
+        external_declaration_open_ = true;
+        current_function_ = function_manager_->Function_Add(name, length, flags);
+    } else {
+        Segment* segment = segment_manager_->Segment_Add();
+        current_function_ =
+            function_manager_->Function_Add(segment->number(), 0, name, length, nullptr, 0, flags);
+        saved_context_ = current_context_;
+        current_context_ =
+            new FunctionContext(this, &dictionary_, current_function_, segment,
+                                new PlaceHolderTree(1), current_function_->variables());
+        contexts_.Insert(current_context_, LIST_TAIL);
+    }
+    function_stack_.Push(current_function_);
+    function_names_.Insert(new ResolvablePlaceHolder(name, length, current_function_->index()));
+    return 0;
+}
+
+int AssemblerParser::ProcessParameter(const char* identifier, int identifier_length,
+                                      const char* name, int name_length, int flags) {
+    if (saved_context_ == nullptr && !external_declaration_open_) {
+        return AssembleError(
+            AE_PARAMETER_OUTSIDE_FUNCTION,
+            String("Parameter directive must be between .function and .endfunction directives"));
+    }
+    // Parameter names are not checked for duplicates; a later `.local` of the same variable
+    // name is refused by the function's variable table.
+    int slot = current_function_->AddParameter(flags, text_or_empty(name), name_length);
+    if ((current_function_->flags() & FUNCTION_EXTERNAL) != 0) return 0;
+    return current_context_->InsertParameterPlaceHolder(identifier, identifier_length, slot);
+}
+
+int AssemblerParser::ProcessEndFunction() {
+    if (saved_context_ == nullptr && !external_declaration_open_) {
+        return AssembleError(AE_UNMATCHED_ENDFUNCTION,
+                             String("Found .endfunction without matching .function"));
+    }
+    int result = 0;
+    if ((current_function_->flags() & FUNCTION_EXTERNAL) != 0) {
+        external_declaration_open_ = false;
+    } else {
+        current_context_->InsertOperator(OPCODE_RETN);
+        result = current_context_->Resolve();
+        // The function's context stays in the context list until the parser goes.
+        current_context_ = saved_context_;
+        saved_context_ = nullptr;
+    }
+    // After a nested external declaration the enclosing internal function is current again.
+    function_stack_.Pop();
+    current_function_ = function_stack_.Top();
+    return result;
+}
+
+// ---- texts ----
+
+int AssemblerParser::ProcessString(const char* identifier, int identifier_length, const char* text,
+                                   int text_length) {
+    if (FindName(string_identifiers_, identifier, identifier_length) != nullptr) {
+        return AssembleError(
+            AE_DUPLICATE_STRING_IDENTIFIER,
+            message_with("Duplicate string identifier \"", identifier, identifier_length, "\""));
+    }
+    int index = dictionary_.Entry_Add(text_or_empty(text), text_length);
+    string_identifiers_.Insert(new ResolvablePlaceHolder(identifier, identifier_length, index));
+    return 0;
+}
+
+// Splits the text into pieces, scanning from its last byte to its first so that each piece
+// can point to the one on its right: literal runs (kind 1) and variable names between two
+// '%' signs (kind 0). "%%" stands for one literal '%'. An unmatched '%' drops the text before
+// it, and a NUL byte ends the search for '%' signs; both are kept as the runtime's loader
+// expects them.
+int AssemblerParser::ProcessLocalized(const char* text, int length, int* head) {
+    int next = -1;
+    int piece_end = length - 1;  // last byte of the pending piece
+    bool inside = false;
+    for (int i = length - 1; i >= 0 && text[i] != '\0'; --i) {
+        if (text[i] != '%') continue;
+        if (!inside) {
+            if (piece_end > i) {
+                next = AddLocalizedPiece(PIECE_LITERAL, text + i + 1, piece_end - i, next);
+            }
+            piece_end = i;
+            inside = true;
+        } else {
+            if (i == piece_end - 1) {
+                // "%%": this '%' joins the literal to its left.
+                piece_end = i;
+            } else {
+                next = AddLocalizedPiece(PIECE_VARIABLE, text + i + 1, piece_end - i - 1, next);
+                piece_end = i - 1;
+            }
+            inside = false;
+        }
+    }
+    if (!inside && piece_end >= 0) {
+        next = AddLocalizedPiece(PIECE_LITERAL, text, piece_end + 1, next);
+    }
+    *head = next;
+    return 0;
+}
+
+int AssemblerParser::ProcessLocLangEntry(const char* code, int code_length, const char* key,
+                                         int key_length, int value) {
+    return localized_languages_.Add_Entry(text_or_empty(code), code_length, text_or_empty(key),
+                                          key_length, value);
+}
+
+// "major.minor"; the file version only ever rises.
+int AssemblerParser::ProcessVersion(const char* text, int length) {
+    int dot = 0;
+    while (dot < length && text[dot] != '.') ++dot;
+    int major = dot > 0 ? application_->stoi(text, dot, nullptr) : 0;
+    int minor_length = dot < length ? length - dot - 1 : 0;
+    int minor = minor_length > 0 ? application_->stoi(text + dot + 1, minor_length, nullptr) : 0;
+    int version = static_cast<int>((static_cast<unsigned int>(major) << 16) |
+                                   static_cast<unsigned int>(minor));
+    if (version > file_version_) file_version_ = version;
+    return 0;
+}
+
+int AssemblerParser::ProcessIdent(const char* text, int length) {
+    ident_list_.Entry_Add(text_or_empty(text), length);
+    return 0;
+}
+
+int AssemblerParser::ProcessDisableLogging() {
+    dictionary_.SetFlags(dictionary_.flags() | DICTIONARY_LOGGING_DISABLED);
+    return 0;
+}
+
+// ---- end of file ----
+
+int AssemblerParser::Resolve() {
+    if (saved_context_ != nullptr) {
+        return AssembleError(AE_UNRESOLVED_AT_END,
+                             String("Found end of file inside a .function declaration"));
+    }
+    // An external declaration left open at the end is accepted as it is.
+    if (current_context_->Resolve() != 0) return 1;
+    for (ResolvablePlaceHolder* reference = function_references_.First(); reference != nullptr;
+         reference = function_references_.Next()) {
+        // Case-sensitive, unlike the duplicate check: `call Main` does not find `main`.
+        ResolvablePlaceHolder* function = function_names_.Find(reference->name());
+        if (function == nullptr) {
+            return AssembleError(AE_UNRESOLVED_AT_END,
+                                 message_with("Unable to resolve function \"", reference->name(),
+                                              reference->length(), "\""));
+        }
+        reference->SegmentAddress()->Write_Dword(reference->value(),
+                                                 static_cast<unsigned int>(function->value()));
+    }
+    return 0;
+}
+
+// A section that fails to write has kept its reason in its own error text; nothing more is
+// reported here.
+int AssemblerParser::Write(const char* path, const unsigned char* identifier) {
+    TaggedFile file(application_->filemanager());
+    if (!file.Create(path, identifier, file_version_)) {
+        String message("Unable to create '");
+        message.cat(path);
+        message.cat("': ");
+        message.cat(file.error().c_str(), file.error().length());
+        return ArgumentError(message);
+    }
+    dictionary_.Compress();
+    bool written = dictionary_.Write(&file) && global_hash_->Write(&file, TAG_GLBL) != 0 &&
+                   system_hash_->Write(&file, TAG_SYST) != 0 && function_manager_->Write(&file) &&
+                   segment_manager_->Write(&file) && ident_list_.Write(&file) &&
+                   localized_languages_.Write(&file) && localized_dictionary_.Write(&file);
+    if (!written) return 1;
+    (void)file.Section_Flush();  // the run's result does not depend on the flush
+    return 0;
+}
+
+// ---- helpers ----
+
+ResolvablePlaceHolder* AssemblerParser::FindName(PlaceHolderTree& tree, const char* name,
+                                                 int length) {
+    lookup_name_.assign(name, length);
+    return tree.Find(lookup_name_.c_str());
+}
+
+int AssemblerParser::AddLocalizedPiece(int kind, const char* text, int length, int next) {
+    int index = dictionary_.Entry_Add(text, length);
+    return localized_dictionary_.Entry_Add(kind, index, next);
+}

@@ -1,0 +1,171 @@
+// The emitter of one code segment and the resolution of its labels.
+#include "assembler/FunctionContext.h"
+
+#include "assembler/AssemblerParser.h"
+#include "compiled/Dictionary.h"
+#include "compiled/Segment.h"
+#include "compiled/VariableHash.h"
+#include "driver/ErrorCode.h"
+
+namespace {
+
+// Operand bits of an instruction code: a second operand of 4 or of 8 bytes follows the first.
+constexpr int SECOND_OPERAND_DWORD = 0x1000;
+constexpr int SECOND_OPERAND_DOUBLE = 0x2000;
+
+// A displacement counts from the end of its own 4-byte operand. A label as first operand
+// counts from further on when a second operand follows: 8 bytes behind the operand's start
+// for a dword, and 13 for a double. The 13 is one more than the 12 bytes that remain of such
+// an instruction; the runtime's jump arithmetic expects exactly this value.
+constexpr int DISPLACEMENT_BASE = 4;
+constexpr int DISPLACEMENT_BEFORE_DWORD = 8;
+constexpr int DISPLACEMENT_BEFORE_DOUBLE = 13;
+
+String message_with(const char* prefix, const char* text, int length,
+                    const char* suffix = nullptr) {
+    String message(prefix);
+    message.cat(text, length);
+    if (suffix != nullptr) message.cat(suffix);
+    return message;
+}
+
+}  // namespace
+
+FunctionContext::FunctionContext(AssemblerParser* parser, Dictionary* dictionary,
+                                 Function* function, Segment* segment, PlaceHolderTree* identifiers,
+                                 VariableHash* variables)
+    : parser_(parser),
+      dictionary_(dictionary),
+      function_(function),
+      segment_(segment),
+      identifiers_(identifiers),
+      variables_(variables),
+      position_(0),
+      labels_(1),
+      label_references_(1) {}
+
+FunctionContext::~FunctionContext() {
+    // The top-level context borrows the parser's global identifier tree.
+    if (function_ != nullptr) delete identifiers_;
+}
+
+// ---- emission ----
+
+int FunctionContext::InsertOperator(int opcode) {
+    segment_->Write_Word(position_, static_cast<unsigned int>(opcode) & 0xFFFF);
+    position_ += 2;
+    return 0;
+}
+
+int FunctionContext::StoreImmediate(int value) {
+    segment_->Write_Dword(position_, static_cast<unsigned int>(value));
+    position_ += 4;
+    return 0;
+}
+
+int FunctionContext::StoreImmediate(double value) {
+    segment_->Write_Double(position_, value);
+    position_ += 8;
+    return 0;
+}
+
+// ---- declarations and references ----
+
+int FunctionContext::ProcessVariable(VariableHash* hash, PlaceHolderTree* tree,
+                                     const char* identifier, int identifier_length,
+                                     const char* name, int name_length) {
+    // The name is checked first, so a line that repeats both name and identifier reports the
+    // name.
+    Variable* variable = nullptr;
+    if (name_length != 0 && hash->Find(&variable, name, name_length, 0) == 1) {
+        return parser_->AssembleError(AE_DUPLICATE_VARIABLE,
+                                      message_with("Duplicate variable ", name, name_length));
+    }
+    String key(identifier, identifier_length);
+    if (tree->Find(key.c_str()) != nullptr) {
+        return parser_->AssembleError(
+            AE_DUPLICATE_VARIABLE_IDENTIFIER,
+            message_with("Duplicate variable identifier ", identifier, identifier_length));
+    }
+    int name_index = dictionary_->Entry_Add(name, name_length);
+    int slot = hash->Insert(name_index);
+    tree->Insert(new ResolvablePlaceHolder(identifier, identifier_length, slot));
+    return 0;
+}
+
+int FunctionContext::InsertLocal(const char* identifier, int identifier_length, const char* name,
+                                 int name_length) {
+    return ProcessVariable(variables_, identifiers_, identifier, identifier_length, name,
+                           name_length);
+}
+
+// Parameters and locals share one tree, so a parameter and a local of one function cannot
+// share an identifier.
+int FunctionContext::InsertParameterPlaceHolder(const char* identifier, int identifier_length,
+                                                int slot) {
+    String key(identifier, identifier_length);
+    if (identifiers_->Find(key.c_str()) != nullptr) {
+        return parser_->AssembleError(
+            AE_DUPLICATE_PARAMETER_IDENTIFIER,
+            message_with("Duplicate parameter identifier: ", identifier, identifier_length));
+    }
+    identifiers_->Insert(new ResolvablePlaceHolder(identifier, identifier_length, slot));
+    return 0;
+}
+
+int FunctionContext::InsertLocalReference(const char* identifier, int identifier_length) {
+    String key(identifier, identifier_length);
+    ResolvablePlaceHolder* local = identifiers_->Find(key.c_str());
+    if (local == nullptr) {
+        return parser_->AssembleError(
+            AE_UNRESOLVED_LOCAL,
+            message_with("Reference to local ", identifier, identifier_length, " not resolvable"));
+    }
+    return StoreImmediate(local->value());
+}
+
+// A label marks the position of whatever is emitted next.
+int FunctionContext::InsertLabel(const char* name, int length) {
+    String key(name, length);
+    if (labels_.Find(key.c_str()) != nullptr) {
+        return parser_->AssembleError(AE_DUPLICATE_LABEL,
+                                      message_with("Duplicate label: ", name, length));
+    }
+    labels_.Insert(new ResolvablePlaceHolder(name, length, position_));
+    return 0;
+}
+
+// The four zero bytes emitted here are the place that Resolve patches.
+int FunctionContext::InsertLabelReference(const char* name, int length, int opcode,
+                                          int operand_number) {
+    label_references_.Insert(
+        new ResolvablePlaceHolder(name, length, position_, this, opcode, operand_number),
+        LIST_TAIL);
+    return StoreImmediate(0);
+}
+
+int FunctionContext::Resolve() {
+    for (ResolvablePlaceHolder* reference = label_references_.First(); reference != nullptr;
+         reference = label_references_.Next()) {
+        ResolvablePlaceHolder* label = labels_.Find(reference->name());
+        if (label == nullptr) {
+            return parser_->AssembleError(
+                AE_UNDEFINED_LABEL,
+                message_with("Label ", reference->name(), reference->length(), " not defined"));
+        }
+        int before = DISPLACEMENT_BASE;
+        if (reference->operand_number() == 1) {
+            if ((reference->opcode() & SECOND_OPERAND_DWORD) != 0) {
+                before = DISPLACEMENT_BEFORE_DWORD;
+            } else if ((reference->opcode() & SECOND_OPERAND_DOUBLE) != 0) {
+                before = DISPLACEMENT_BEFORE_DOUBLE;
+            }
+        }
+        // Two's complement: backward jumps are negative.
+        unsigned int displacement = static_cast<unsigned int>(label->value()) -
+                                    static_cast<unsigned int>(reference->value()) -
+                                    static_cast<unsigned int>(before);
+        segment_->Write_Dword(reference->value(), displacement);
+    }
+    return 0;
+}
