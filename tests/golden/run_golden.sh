@@ -1,0 +1,194 @@
+#!/usr/bin/env bash
+# Whole-program cases of the assembler: run_golden.sh <path-to-tnasm> <golden-dir>
+#
+# NAME.s       a source that assembles; NAME.hex holds the expected compiled bytes as
+#              annotated hex: "OFFSET: BYTES ; comment", offsets in hex and checked against the
+#              running byte count, everything from ';' to the end of a line ignored.
+# bad-NAME.s   a source that fails; bad-NAME.stderr holds the exact standard error, the exit
+#              status must be 1 and no output file may be left behind.
+# NAME.args    optional: extra arguments placed before the source name (one line).
+#
+# Each case runs in a fresh directory of its own, so error lines read "NAME.s:LINE: ...".
+# TNASM_UPDATE_GOLDEN=1 rewrites the expected files from what tnasm produced (keeping the
+# layout and comments of a .hex file where the byte counts allow); read the diff before
+# committing it.
+set -u
+
+if [ $# -ne 2 ]; then
+    echo "usage: $0 <path-to-tnasm> <golden-dir>" >&2
+    exit 2
+fi
+# Each case runs in a directory of its own, so the program is named by an absolute path.
+tnasm=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
+golden=$2
+update=${TNASM_UPDATE_GOLDEN:-0}
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# Expected bytes of an annotated hex file, one lower-case byte a line; a malformed line or an
+# offset that disagrees with the bytes before it is reported and fails.
+parse_hex() {
+    awk -v file="$1" '
+        function hexval(s,    i, v, c) {
+            v = 0
+            s = tolower(s)
+            for (i = 1; i <= length(s); i++) {
+                c = index("0123456789abcdef", substr(s, i, 1))
+                if (c == 0) return -1
+                v = v * 16 + c - 1
+            }
+            return v
+        }
+        {
+            line = $0
+            sub(/;.*/, "", line)
+            gsub(/^[ \t]+|[ \t]+$/, "", line)
+            if (line == "") next
+            colon = index(line, ":")
+            if (colon == 0) { printf "%s:%d: missing offset\n", file, NR > "/dev/stderr"; bad = 1; exit 1 }
+            offset = hexval(substr(line, 1, colon - 1))
+            if (offset != count) {
+                printf "%s:%d: offset %s, but %d (0x%x) bytes come before it\n", file, NR,
+                       substr(line, 1, colon - 1), count, count > "/dev/stderr"
+                bad = 1; exit 1
+            }
+            n = split(substr(line, colon + 1), bytes, /[ \t]+/)
+            for (i = 1; i <= n; i++) {
+                if (bytes[i] == "") continue
+                if (bytes[i] !~ /^[0-9A-Fa-f][0-9A-Fa-f]$/) {
+                    printf "%s:%d: not a byte: %s\n", file, NR, bytes[i] > "/dev/stderr"
+                    bad = 1; exit 1
+                }
+                print tolower(bytes[i])
+                count++
+            }
+        }
+        END { if (bad) exit 1 }
+    ' "$1"
+}
+
+actual_bytes() {
+    od -An -v -tx1 "$1" | tr -s ' \n' '\n\n' | sed '/^$/d'
+}
+
+# One byte a line in, "offset: 16 bytes" lines out, for a readable diff.
+as_rows() {
+    awk '{ if (NR % 16 == 1) printf "%s%06x:", (NR > 1 ? "\n" : ""), NR - 1; printf " %s", $0 }
+         END { if (NR > 0) printf "\n" }'
+}
+
+# Rewrites an annotated hex file with new bytes, keeping each data line's byte count and
+# comment; bytes beyond the old layout are appended 16 a line.
+rewrite_hex() {
+    local hex=$1 bytes=$2
+    awk -v bytesfile="$bytes" '
+        BEGIN { while ((getline b < bytesfile) > 0) all[total++] = b }
+        {
+            line = $0
+            comment = ""
+            semi = index(line, ";")
+            if (semi > 0) { comment = substr(line, semi); line = substr(line, 1, semi - 1) }
+            body = line
+            gsub(/^[ \t]+|[ \t]+$/, "", body)
+            if (body == "") { print $0; next }
+            colon = index(body, ":")
+            n = split(substr(body, colon + 1), old, /[ \t]+/)
+            k = 0
+            for (i = 1; i <= n; i++) if (old[i] != "") k++
+            if (used >= total) next
+            out = sprintf("%04x:", used)
+            for (i = 0; i < k && used < total; i++) out = out " " all[used++]
+            if (comment != "") out = sprintf("%-" (semi - 1) "s%s", out, comment)
+            print out
+        }
+        END {
+            while (used < total) {
+                out = sprintf("%04x:", used)
+                for (i = 0; i < 16 && used < total; i++) out = out " " all[used++]
+                print out
+            }
+        }
+    ' "$hex" > "$hex.new" && mv "$hex.new" "$hex"
+}
+
+cases=0
+failed=0
+fail() {
+    echo "FAIL $1: $2"
+    failed=$((failed + 1))
+}
+
+for source in "$golden"/*.s; do
+    [ -e "$source" ] || continue
+    name=$(basename "$source" .s)
+    cases=$((cases + 1))
+    dir="$work/$name"
+    mkdir -p "$dir"
+    cp "$source" "$dir/$name.s"
+    args=()
+    if [ -f "$golden/$name.args" ]; then
+        read -r -a args < "$golden/$name.args"
+    fi
+    (cd "$dir" && "$tnasm" ${args[@]+"${args[@]}"} "$name.s" > stdout 2> stderr)
+    status=$?
+
+    case "$name" in
+    bad-*)
+        expected="$golden/$name.stderr"
+        if [ "$update" = 1 ]; then cp "$dir/stderr" "$expected"; fi
+        if [ ! -f "$expected" ]; then fail "$name" "no $name.stderr"; continue; fi
+        if [ "$status" -ne 1 ]; then
+            fail "$name" "exit status $status, expected 1"
+            cat "$dir/stderr"
+            continue
+        fi
+        if ! diff -u --label expected --label actual "$expected" "$dir/stderr"; then
+            fail "$name" "standard error differs"
+            continue
+        fi
+        if [ -s "$dir/stdout" ]; then fail "$name" "unexpected standard output"; continue; fi
+        # No output file may claim success after an error: the compiled file is created only
+        # after the whole source has been read and resolved.
+        if ls "$dir" | grep -q '\.tnc$'; then fail "$name" "an output file was left behind"; continue; fi
+        ;;
+    *)
+        expected="$golden/$name.hex"
+        if [ "$status" -ne 0 ]; then
+            fail "$name" "exit status $status, expected 0"
+            cat "$dir/stderr"
+            continue
+        fi
+        if [ -s "$dir/stderr" ] || [ -s "$dir/stdout" ]; then
+            fail "$name" "unexpected output"
+            cat "$dir/stdout" "$dir/stderr"
+            continue
+        fi
+        actual_bytes "$dir/output.tnc" > "$dir/actual.bytes"
+        if [ "$update" = 1 ]; then
+            if [ -f "$expected" ]; then
+                rewrite_hex "$expected" "$dir/actual.bytes"
+            else
+                as_rows < "$dir/actual.bytes" > "$expected"
+            fi
+        fi
+        if [ ! -f "$expected" ]; then fail "$name" "no $name.hex"; continue; fi
+        if ! parse_hex "$expected" > "$dir/expected.bytes"; then
+            fail "$name" "$name.hex is malformed"
+            continue
+        fi
+        if ! cmp -s "$dir/expected.bytes" "$dir/actual.bytes"; then
+            as_rows < "$dir/expected.bytes" > "$dir/expected.rows"
+            as_rows < "$dir/actual.bytes" > "$dir/actual.rows"
+            first=$(diff "$dir/expected.bytes" "$dir/actual.bytes" | head -1 | sed 's/[acd,].*//')
+            fail "$name" "compiled bytes differ (first at byte offset 0x$(printf '%x' $((first - 1))))"
+            diff -u --label expected --label actual "$dir/expected.rows" "$dir/actual.rows"
+            continue
+        fi
+        ;;
+    esac
+    echo "ok   $name"
+done
+
+echo "$cases cases, $failed failed"
+[ "$cases" -gt 0 ] && [ "$failed" -eq 0 ]
