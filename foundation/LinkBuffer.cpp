@@ -6,6 +6,7 @@
 
 #include "driver/TarnApplication.h"
 #include "platform/Output.h"
+#include "value/Variable.h"
 
 namespace {
 
@@ -138,6 +139,14 @@ void LinkBuffer::cat(mpd_t* value) {
     cat_nocopy(text, length, size);
 }
 
+void LinkBuffer::cat(Variable* variable) {
+    if (variable == nullptr) {
+        return;
+    }
+    const String& text = variable->value();
+    cat(text.c_str(), text.length());
+}
+
 void LinkBuffer::cat(const LinkBuffer* other) {
     if (other == nullptr || other == this) {
         return;
@@ -212,6 +221,14 @@ void LinkBuffer::prepend(mpd_t* value) {
     int size = 0;
     char* text = TarnApplication::mpdtos(value, &length, &size);
     prepend_nocopy(text, length, size);
+}
+
+void LinkBuffer::prepend(Variable* variable) {
+    if (variable == nullptr) {
+        return;
+    }
+    const String& text = variable->value();
+    prepend(text.c_str(), text.length());
 }
 
 void LinkBuffer::prepend(const LinkBuffer* other) {

@@ -6,6 +6,7 @@
 #include <mpdecimal.h>
 
 class Output;
+class Variable;
 
 // One block of the chain. It owns its array and every block after it.
 class LinkBuffer_Block {
@@ -51,6 +52,8 @@ class LinkBuffer {
     void cat(int value);
     void cat(double value);
     void cat(mpd_t* value);
+    // The variable's value as text.
+    void cat(Variable* variable);
     // Appends a copy of every block of 'other', first to last.
     void cat(const LinkBuffer* other);
     // Moves the blocks of 'other' behind the tail without copying, then deletes 'other'.
@@ -62,6 +65,7 @@ class LinkBuffer {
     void prepend(int value);
     void prepend(double value);
     void prepend(mpd_t* value);
+    void prepend(Variable* variable);
     // Prepends copies of the blocks of 'other' so that their order is kept.
     void prepend(const LinkBuffer* other);
     // Moves the blocks of 'other' before the head without copying, then deletes 'other'.

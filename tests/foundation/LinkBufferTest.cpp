@@ -10,6 +10,7 @@
 
 #include "driver/TarnApplication.h"
 #include "platform/Output.h"
+#include "value/Variable.h"
 
 namespace {
 
@@ -114,6 +115,18 @@ TEST(LinkBuffer, NumbersAreAdoptedAsBlocks) {
     EXPECT_EQ(buffer.total(), static_cast<int>(expected.size()));
     delete[] half;
     delete[] twelve;
+}
+
+TEST(LinkBuffer, VariablesGiveTheirText) {
+    Variable text("t", -1, "abc", -1);
+    Variable number("n", -1, 17);
+    Variable empty("e", -1);
+    LinkBuffer buffer(2, 2);
+    buffer.cat(&text);
+    buffer.prepend(&number);
+    buffer.cat(&empty);
+    buffer.cat(static_cast<Variable*>(nullptr));
+    EXPECT_EQ(contents(buffer), "17abc");
 }
 
 TEST(LinkBuffer, CopyingAndMovingChains) {
