@@ -33,6 +33,8 @@ constexpr int VARIABLE_TYPE_NULL = 1;
 // holder (an aggregate element, a reference, a table) owns one reference and gives it back
 // with Release, which deletes the variable when the count reaches 0. DecRefCount itself never
 // deletes, so a variable on the stack may be counted as long as it outlives its holders.
+// A variable is never stored inside itself, but a ring of aggregates made through references
+// is not looked for: it would never be freed, and Serialize would not end.
 class Variable {
   public:
     Variable();

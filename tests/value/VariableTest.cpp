@@ -31,9 +31,8 @@ class VariableTest : public ::testing::Test {
   protected:
     void SetUp() override { mpd_ieee_context(&Tarn_MPD_Context, 64); }
 
-    static std::string Text(Variable& v) {
-        return std::string(v.value().c_str(), v.value().length());
-    }
+    static std::string Text(const String& s) { return std::string(s.c_str(), s.length()); }
+    static std::string Text(Variable& v) { return Text(v.value()); }
 
     // The array's slots and texts in order, as "1=a 2=b".
     static std::string Slots(Variable& v) {
@@ -65,11 +64,8 @@ class VariableTest : public ::testing::Test {
 
 TEST_F(VariableTest, NameOnlyVariableIsNullAndStaysNullAfterReads) {
     Variable v("count", 5);
-    EXPECT_TRUE(v.IsNULL());
     EXPECT_EQ(v.primary_type(), VARIABLE_PRIMARY_NULL);
     EXPECT_EQ(v.aggregatetype(), AGGREGATE_NONE);
-    EXPECT_EQ(v.refcount(), 1);
-    EXPECT_EQ(Text(v), "");
     EXPECT_EQ(v.value_integer(), 0);
     EXPECT_TRUE(mpd_iszero(v.value_mpd()));
     EXPECT_FALSE(v.IsTrue());
@@ -78,28 +74,327 @@ TEST_F(VariableTest, NameOnlyVariableIsNullAndStaysNullAfterReads) {
     EXPECT_EQ(Json(v), "null");
 }
 
-TEST_F(VariableTest, ConstructorsSetTheirPrimaryType) {
-    char* adopted = new char[24];
-    std::memcpy(adopted, "abc", 4);
-    Variable text("t", 1, "hello", 5);
-    Variable integer("i", 1, -7);
-    Variable unsigned_decimal("u", 1, 4294967295u);
-    Variable adopting("b", 1, adopted, 3, 24);
-    Variable from_strings(String("s"), String("xyz"));
+TEST_F(VariableTest, ConversionsGoThroughEveryRepresentation) {
     struct Row {
-        Variable* variable;
-        int primary;
         const char* text;
+        int integer;
+        bool integer_exact;
+        const char* decimal;
+        bool decimal_exact;
     } rows[] = {
-        {&text, VARIABLE_PRIMARY_TEXT, "hello"},
-        {&integer, VARIABLE_PRIMARY_INTEGER, "-7"},
-        {&unsigned_decimal, VARIABLE_PRIMARY_DECIMAL, "4294967295"},
-        {&adopting, VARIABLE_PRIMARY_TEXT, "abc"},
-        {&from_strings, VARIABLE_PRIMARY_TEXT, "xyz"},
+        {"42", 42, true, "42", true},
+        {"-2147483648", -2147483647 - 1, true, "-2147483648", true},
+        {"3.7", 3, true, "3.7", true},
+        {"0x1F", 31, true, "0", false},  // the integer reader takes hexadecimal, decimals do not
+        {"abc", 0, false, "0", false},
+        {"", 0, false, "0", false},
     };
     for (const Row& row : rows) {
-        EXPECT_EQ(row.variable->primary_type(), row.primary) << row.text;
-        EXPECT_EQ(Text(*row.variable), row.text);
-        EXPECT_FALSE(row.variable->IsNULL());
+        Variable v("v", 1, row.text, -1);
+        EXPECT_EQ(v.Convert_Integer(), row.integer_exact) << row.text;
+        EXPECT_EQ(v.value_integer(), row.integer) << row.text;
+        Variable d("d", 1, row.text, -1);
+        EXPECT_EQ(d.Convert_mpd(), row.decimal_exact) << row.text;
+        mpd_t* expected = TarnApplication::stompd(row.decimal, -1);
+        EXPECT_EQ(mpd_cmp(d.value_mpd(), expected, &Tarn_MPD_Context), 0) << row.text;
+        mpd_del(expected);
+        // Conversions add representations; the text read back is still the one set.
+        EXPECT_EQ(Text(v), row.text);
+        EXPECT_EQ(v.primary_type(), VARIABLE_PRIMARY_TEXT);
     }
+
+    Variable integer("i", 1, -12);
+    EXPECT_EQ(Text(integer), "-12");
+    EXPECT_EQ(mpd_qget_i32(integer.value_mpd(), nullptr), -12);
+    Variable decimal("d", 1, 4294967295u);
+    EXPECT_EQ(decimal.primary_type(), VARIABLE_PRIMARY_DECIMAL);
+    EXPECT_EQ(Text(decimal), "4294967295");
+    char* buffer = new char[24];
+    std::memcpy(buffer, "abc", 4);
+    Variable adopting("b", 1, buffer, 3, 24);
+    EXPECT_EQ(Text(adopting), "abc");
+}
+
+TEST_F(VariableTest, TruthFollowsTheValidRepresentation) {
+    struct Row {
+        const char* text;
+        bool truth;
+    } texts[] = {
+        {"", false},    {"0", false},     {"-0", false},    {"0.00", false}, {".0", false},
+        {"+0.", false}, {"false", false}, {"FaLsE", false}, {"1", true},     {"0.01", true},
+        {"abc", true},  {" 0", true},     {"0.0.0", true},  {"-", true},     {"falsey", true},
+    };
+    for (const Row& row : texts) {
+        Variable v("v", 1, row.text, -1);
+        EXPECT_EQ(v.IsTrue(), row.truth) << '"' << row.text << '"';
+    }
+    EXPECT_FALSE(Variable("i", 1, 0).IsTrue());
+    EXPECT_TRUE(Variable("i", 1, -1).IsTrue());
+    EXPECT_FALSE(Variable("d", 1, 0u).IsTrue());
+    // A text holds the truth even once its number is known.
+    Variable zero_text("z", 1, "0.0", 3);
+    zero_text.Convert_mpd();
+    EXPECT_FALSE(zero_text.IsTrue());
+    Variable array("a", 1);
+    array.InsertElement(0, new Variable("", 0, 1));
+    EXPECT_FALSE(array.IsTrue());
+}
+
+TEST_F(VariableTest, ComparesNumbersAsNumbersAndTheRestAsText) {
+    struct Row {
+        const char* text;
+        int kind;
+        int integer;
+    } rows[] = {
+        {"-3", VARIABLE_PRIMARY_INTEGER, -3},
+        {"007", VARIABLE_PRIMARY_DECIMAL, 0},
+        {"99999999999", VARIABLE_PRIMARY_DECIMAL, 0},
+        {"abc", VARIABLE_PRIMARY_TEXT, 0},
+    };
+    for (const Row& row : rows) {
+        Variable v("v", 1, row.text, -1);
+        int integer = 0;
+        EXPECT_EQ(v.value_compare(&integer), row.kind) << row.text;
+        if (row.kind == VARIABLE_PRIMARY_INTEGER) {
+            EXPECT_EQ(integer, row.integer) << row.text;
+        }
+        EXPECT_EQ(Text(v), row.text);
+    }
+}
+
+TEST_F(VariableTest, SettingFromItsOwnTextOrElementIsSafe) {
+    Variable v("v", 1, "abcdef", 6);
+    v.SetValue(v.value().c_str() + 2, 3);
+    EXPECT_EQ(Text(v), "cde");
+
+    Variable array("a", 1);
+    array.InsertElement(0, new Variable("", 0, "inner", 5));
+    array.SetValue(*array.Element(1, 0));
+    EXPECT_EQ(array.aggregatetype(), AGGREGATE_NONE);
+    EXPECT_EQ(Text(array), "inner");
+
+    Variable nested("n", 1);
+    Variable* inner = nested.Element(1, 1);
+    inner->InsertElement(0, new Variable("", 0, "deep", 4));
+    nested.SetValue(*inner);
+    EXPECT_EQ(Json(nested), "[\"deep\"]");
+}
+
+// ---- elements ----
+
+TEST_F(VariableTest, InsertElementNumbersFromOneAndRenumbers) {
+    Variable empty("e", 1);
+    empty.InsertElement(0, new Variable("", 0, "v", 1));
+    EXPECT_EQ(Slots(empty), "1=v");
+
+    const char* abc[] = {"a", "b", "c"};
+    Variable* array = Array(abc, 3);
+    array->InsertElement(2, new Variable("", 0, "x", 1));
+    EXPECT_EQ(Slots(*array), "1=a 2=x 3=b 4=c");
+    array->InsertElement(-4, new Variable("", 0, "z", 1));
+    EXPECT_EQ(Slots(*array), "1=a 2=x 3=b 4=c 5=z");
+    array->InsertElement(9, new Variable("", 0, "far", 3));
+    EXPECT_EQ(Slots(*array), "1=a 2=x 3=b 4=c 5=z 9=far");
+    Variable::Release(array);
+
+    // A scalar becomes an array; positions below 1 become 1.
+    Variable scalar("s", 1, "old", 3);
+    scalar.InsertElement(-3, new Variable("", 0, "n", 1));
+    EXPECT_EQ(Slots(scalar), "1=n");
+    Variable other("s", 1, 5);
+    other.InsertElement(4, new Variable("", 0, "m", 1));
+    EXPECT_EQ(Slots(other), "4=m");
+}
+
+TEST_F(VariableTest, SetElementConvertsToTheKindOfTheIndex) {
+    int live = 0;
+    Variable v("v", 1);
+    v.SetElement(1, new CountedVariable(&live, "one"));
+    v.SetElement(2, new CountedVariable(&live, "two"));
+    EXPECT_EQ(live, 2);
+    v.SetElement(1, new CountedVariable(&live, "uno"));
+    EXPECT_EQ(live, 2);
+    EXPECT_EQ(Slots(v), "1=uno 2=two");
+
+    v.SetElement(AggregateIndex("Name"), new CountedVariable(&live, "x"));
+    EXPECT_EQ(live, 1);
+    EXPECT_EQ(v.aggregatetype(), AGGREGATE_STRUCTURE);
+    EXPECT_EQ(v.ElementsUsed(), 1);
+    EXPECT_EQ(Text(*v.Element(AggregateIndex("NAME"), 0)), "x");
+    EXPECT_EQ(v.Element(1, 0), nullptr);
+
+    EXPECT_FALSE(v.SetElement(1, nullptr));
+    EXPECT_FALSE(v.SetElement(1, &v));
+    EXPECT_EQ(v.aggregatetype(), AGGREGATE_STRUCTURE);
+    v.SetNULL();
+    EXPECT_EQ(live, 0);
+}
+
+TEST_F(VariableTest, DeleteElementAndRangesRenumber) {
+    const char* letters[] = {"a", "b", "c", "d", "e"};
+    struct Row {
+        const char* what;
+        bool renumber;
+        int first;
+        int last;  // below 1: delete only 'first' through DeleteElement
+        bool removed;
+        const char* slots;
+    } rows[] = {
+        {"one, renumbered", true, 2, 0, true, "1=a 2=c 3=d 4=e"},
+        {"one, gap kept", false, 2, 0, true, "1=a 3=c 4=d 5=e"},
+        {"absent", true, 9, 0, false, "1=a 2=b 3=c 4=d 5=e"},
+        {"range, renumbered", true, 2, 3, true, "1=a 2=d 3=e"},
+        {"range, gap kept", false, 2, 3, true, "1=a 4=d 5=e"},
+        {"range past the end", true, 4, 100, true, "1=a 2=b 3=c"},
+        {"empty range", true, 3, 2, false, "1=a 2=b 3=c 4=d 5=e"},
+    };
+    for (const Row& row : rows) {
+        Variable* array = Array(letters, 5);
+        bool removed = row.last < 1 ? array->DeleteElement(row.first, row.renumber)
+                                    : array->DeleteElements(row.first, row.last, row.renumber);
+        EXPECT_EQ(removed, row.removed) << row.what;
+        EXPECT_EQ(Slots(*array), row.slots) << row.what;
+        Variable::Release(array);
+    }
+
+    // A range closes up by its width, even across gaps.
+    Variable* sparse = new Variable("s", 1);
+    for (int slot : {1, 2, 5, 6}) sparse->SetElement(slot, new Variable("", 0, slot));
+    sparse->DeleteElements(2, 4, true);
+    EXPECT_EQ(Slots(*sparse), "1=1 2=5 3=6");
+    // The wrong kind of index removes nothing.
+    EXPECT_FALSE(sparse->DeleteElement(AggregateIndex("1"), true));
+    EXPECT_EQ(sparse->ElementsUsed(), 3);
+    Variable::Release(sparse);
+}
+
+TEST_F(VariableTest, WalksAndCollapsesSlots) {
+    Variable v("v", 1);
+    EXPECT_EQ(v.Max(), 0);
+    EXPECT_EQ(v.Next(-1), -1);
+    for (int slot : {9, 0, 5}) v.SetElement(slot, new Variable("", 0, slot));
+    EXPECT_EQ(v.Min(), 0);
+    EXPECT_EQ(v.Max(), 9);
+    EXPECT_EQ(v.Next(0), 5);
+    EXPECT_EQ(v.Next(6), 9);
+    EXPECT_EQ(v.Next(9), -1);
+    EXPECT_EQ(v.Previous(9), 5);
+    EXPECT_EQ(v.Previous(0), -1);
+    EXPECT_EQ(v.CollapseElements(), 3);
+    EXPECT_EQ(Slots(v), "1=0 2=5 3=9");
+    EXPECT_EQ(Json(v), "[0,5,9]");
+}
+
+TEST_F(VariableTest, CopiesAndMergesRanges) {
+    const char* abc[] = {"a", "b", "c"};
+    const char* xyz[] = {"x", "y", "z"};
+    struct Row {
+        const char* what;
+        bool merge;
+        int first;
+        int last;
+        int position;
+        bool renumber;
+        const char* slots;
+        const char* source_after;
+    } rows[] = {
+        {"copy inserted", false, 2, 3, 2, true, "1=a 2=y 3=z 4=b 5=c", "1=x 2=y 3=z"},
+        {"copy over", false, 1, 2, 3, false, "1=a 2=b 3=x 4=y", "1=x 2=y 3=z"},
+        {"copy to the end", false, 2, 0, 0, false, "1=a 2=b 3=c 4=y 5=z", "1=x 2=y 3=z"},
+        {"merge closes the source", true, 1, 1, 1, true, "1=x 2=a 3=b 4=c", "1=y 2=z"},
+        {"merge keeps the gap", true, 2, 2, 9, false, "1=a 2=b 3=c 9=y", "1=x 3=z"},
+    };
+    for (const Row& row : rows) {
+        Variable* target = Array(abc, 3);
+        Variable* source = Array(xyz, 3);
+        bool done =
+            row.merge
+                ? target->MergeElements(source, row.first, row.last, row.position, row.renumber)
+                : target->CopyElements(source, row.first, row.last, row.position, row.renumber);
+        EXPECT_TRUE(done) << row.what;
+        EXPECT_EQ(Slots(*target), row.slots) << row.what;
+        EXPECT_EQ(Slots(*source), row.source_after) << row.what;
+        // Copies are independent of their source.
+        if (!row.merge) source->Element(row.first, 0)->SetValue("changed", 7);
+        EXPECT_EQ(Slots(*target), row.slots) << row.what;
+        Variable::Release(target);
+        Variable::Release(source);
+    }
+
+    Variable* self = Array(abc, 3);
+    EXPECT_TRUE(self->CopyElements(self, 1, 3, 0, false));
+    EXPECT_EQ(Slots(*self), "1=a 2=b 3=c 4=a 5=b 6=c");
+    EXPECT_FALSE(self->MergeElements(self, 1, 1, 0, false));
+    Variable structure("s", 1);
+    structure.Element(AggregateIndex("k"), 1)->SetValue_Integer(1);
+    EXPECT_TRUE(self->MergeElements(&structure, 0, 0, 0, false));
+    EXPECT_EQ(Json(*self), "{\"k\":1}");
+    EXPECT_EQ(structure.ElementsUsed(), 0);
+    Variable::Release(self);
+}
+
+TEST_F(VariableTest, SerializesAsJson) {
+    Variable v("v", 1);
+    v.Element(AggregateIndex("text"), 1)->SetValue("q\"\\\n\x01", 5);
+    v.Element(AggregateIndex("list"), 1)->InsertElement(0, new Variable("", 0, 1));
+    v.Element(AggregateIndex("sparse"), 1)->SetElement(2, new Variable("", 0, 2u));
+    v.Element(AggregateIndex("none"), 1);
+    mpd_t* nan = TarnApplication::stompd("NaN", -1);
+    v.Element(AggregateIndex("nan"), 1)->SetValue_mpd_Nocopy(nan);
+    EXPECT_EQ(Json(v),
+              "{\"list\":[1],\"nan\":\"NaN\",\"none\":null,\"sparse\":{\"2\":2},"
+              "\"text\":\"q\\\"\\\\\\n\\u0001\"}");
+    Variable empty("e", 1);
+    empty.Convert_Aggregate(AGGREGATE_ARRAY);
+    EXPECT_EQ(Json(empty), "[]");
+}
+
+// ---- counting and ownership ----
+
+TEST_F(VariableTest, ElementsGiveBackTheirReferences) {
+    int live = 0;
+    {
+        Variable outer("outer", -1);
+        Variable* shared = new CountedVariable(&live, "shared");
+        outer.SetElement(1, shared);
+        shared->IncRefCount();
+        outer.Element(2, 1)->SetElement(AggregateIndex("again"), shared);
+        EXPECT_EQ(shared->refcount(), 2);
+        outer.DeleteElement(1, true);
+        EXPECT_EQ(live, 1);
+        EXPECT_EQ(shared->refcount(), 1);
+        // Storing the same variable again at its own slot keeps one reference, not two.
+        shared->IncRefCount();
+        outer.Element(1, 0)->SetElement(AggregateIndex("again"), shared);
+        EXPECT_EQ(shared->refcount(), 1);
+    }
+    EXPECT_EQ(live, 0);
+}
+
+TEST_F(VariableTest, ClonesAreDeepAndIndependent) {
+    int live = 0;
+    Variable original("original", -1);
+    Variable* row = original.Element(1, 1);
+    row->SetElement(AggregateIndex("cell"), new CountedVariable(&live, "x"));
+    Variable* clone = original.Clone(nullptr);
+    Variable copy(original);
+    EXPECT_EQ(live, 1);  // the copies are plain variables, not counted ones
+    row->Element(AggregateIndex("cell"), 0)->SetValue("changed", 7);
+    EXPECT_EQ(Json(*clone), "[{\"cell\":\"x\"}]");
+    EXPECT_EQ(Json(copy), "[{\"cell\":\"x\"}]");
+    EXPECT_EQ(Text(clone->name()), "original");
+    Variable::Release(clone);
+}
+
+TEST_F(VariableTest, ConvertAggregateDropsTheValue) {
+    Variable v("v", 1, "text", 4);
+    EXPECT_TRUE(v.Convert_Aggregate(AGGREGATE_STRUCTURE));
+    EXPECT_FALSE(v.IsNULL());
+    EXPECT_EQ(Text(v), "");
+    // Creating a member of a scalar converts it the same way.
+    Variable scalar("s", 1, 5);
+    EXPECT_TRUE(scalar.Element(AggregateIndex("a"), 1)->IsNULL());
+    EXPECT_EQ(Json(scalar), "{\"a\":null}");
+    EXPECT_TRUE(v.Convert_Aggregate(AGGREGATE_NONE));
+    EXPECT_TRUE(v.IsNULL());
 }

@@ -1,0 +1,235 @@
+// The other kinds of variable: references, read-only and computed values, the empty value,
+// callback variables and structures, and the list tables hand variables out in.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "driver/TarnApplication.h"
+#include "value/AggregateIndex.h"
+#include "value/CallbackStructVariable.h"
+#include "value/CallbackVariable.h"
+#include "value/CallbackVariableCallback.h"
+#include "value/DynamicImmutableVariable.h"
+#include "value/ImmutableVariable.h"
+#include "value/NULLVariable.h"
+#include "value/ReferenceVariable.h"
+#include "value/VariableList.h"
+
+namespace {
+
+std::string Text(const String& s) {
+    return std::string(s.c_str(), s.length());
+}
+
+class Kinds : public ::testing::Test {
+  protected:
+    void SetUp() override { mpd_ieee_context(&Tarn_MPD_Context, 64); }
+};
+
+// Counts the notices it is given and supplies members named "known".
+class Owner : public CallbackVariableCallback {
+  public:
+    void VariableChanged(CallbackVariable* /*variable*/) override { ++changes; }
+    void VariableDestroyed(CallbackVariable* /*variable*/) override { ++destroyed; }
+    Variable* StructElement(CallbackStructVariable* /*structure*/, const AggregateIndex& index,
+                            int /*create*/) override {
+        ++asked;
+        if (Text(index.name()) != "known") return nullptr;
+        return new Variable("known", -1, "supplied", -1);
+    }
+
+    int changes = 0;
+    int destroyed = 0;
+    int asked = 0;
+};
+
+// Counts its computations; its value is the number of them.
+class Counter : public DynamicImmutableVariable {
+  public:
+    Counter() : DynamicImmutableVariable("counter", -1) {}
+    void Recompute() { Invalidate(); }
+    int computed = 0;
+
+  protected:
+    void Compute() override {
+        ++computed;
+        SetValue_Integer(computed);
+        SetElement(AggregateIndex("n"), new Variable("", 0, computed));
+    }
+};
+
+}  // namespace
+
+// ---- references ----
+
+TEST_F(Kinds, ReferenceForwardsValuesAndElements) {
+    Variable* target = new Variable("target", -1, "old", 3);
+    Variable* reference = target->Make_Reference(target);
+    ReferenceVariable* chained = new ReferenceVariable("outer", -1, reference);
+    EXPECT_EQ(target->refcount(), 2);
+    EXPECT_EQ(Text(reference->name()), "target");
+    EXPECT_EQ(Text(chained->name()), "outer");
+    EXPECT_EQ(chained->NextIdentity(), reference);
+    EXPECT_EQ(chained->RealIdentity(), target);
+
+    chained->SetValue("new", 3);
+    EXPECT_EQ(Text(target->value()), "new");
+    chained->InsertElement(0, new Variable("", 0, 5));
+    chained->SetElement(2, new Variable("", 0, 6));
+    EXPECT_EQ(target->ElementsUsed(), 2);
+    EXPECT_EQ(chained->Max(), 2);
+    EXPECT_EQ(chained->Element(1, 0)->value_integer(), 5);
+    EXPECT_TRUE(chained->DeleteElement(1, true));
+    EXPECT_EQ(target->Element(1, 0)->value_integer(), 6);
+    // A variable is not stored inside itself through a reference either.
+    reference->IncRefCount();
+    EXPECT_FALSE(target->SetElement(3, reference));
+    Variable::Release(reference);
+
+    Variable* clone = chained->Clone(nullptr);
+    EXPECT_EQ(clone->RealIdentity(), clone);
+    EXPECT_EQ(clone->ElementsUsed(), 1);
+    Variable::Release(clone);
+
+    // Each reference holds its target until it goes; the last holder deletes.
+    Variable::Release(target);
+    EXPECT_EQ(reference->refcount(), 2);
+    EXPECT_EQ(chained->ElementsUsed(), 1);
+    Variable::Release(chained);
+    Variable::Release(reference);
+}
+
+// ---- read-only values ----
+
+TEST_F(Kinds, ImmutableRefusesEveryChangeUntilUnlocked) {
+    ImmutableVariable constant("pi", 2, "3.14", 4);
+    constant.Unlock();
+    constant.SetElement(AggregateIndex("digits"), new Variable("", 0, "314", 3));
+    constant.Lock();
+    Variable other("o", 1, 1);
+    const std::function<bool(Variable&)> edits[] = {
+        [](Variable& v) { return v.SetNULL(); },
+        [](Variable& v) { return v.SetName(String("x")); },
+        [](Variable& v) { return v.SetValue("x", 1); },
+        [&](Variable& v) { return v.SetValue(other); },
+        [](Variable& v) { return v.SetValue_Integer(1); },
+        [](Variable& v) { return v.Convert_Aggregate(AGGREGATE_ARRAY); },
+        [](Variable& v) { return v.DeleteElement(AggregateIndex("digits"), false); },
+        [](Variable& v) { return v.Element(AggregateIndex("new"), 1) != nullptr; },
+        [&](Variable& v) { return v.CopyElements(&other, 1, 1, 1, false); },
+        [](Variable& v) { return v.Make_Reference(&v) != nullptr; },
+        [](Variable& v) { return v.Make_CallbackStruct(nullptr) != nullptr; },
+    };
+    for (const auto& edit : edits) EXPECT_FALSE(edit(constant));
+
+    // Elements offered to a refusing variable stay the caller's.
+    Variable* element = new Variable();
+    EXPECT_FALSE(constant.SetElement(AggregateIndex("digits"), element));
+    EXPECT_FALSE(constant.InsertElement(0, element));
+    Variable::Release(element);
+
+    EXPECT_EQ(Text(constant.name()), "pi");
+    EXPECT_EQ(constant.ElementsUsed(), 1);
+    EXPECT_EQ(Text(constant.Element(AggregateIndex("digits"), 0)->value()), "314");
+    // A copy of a constant is an ordinary variable.
+    Variable* copy = constant.Clone(nullptr);
+    EXPECT_TRUE(copy->SetValue_Integer(2));
+    Variable::Release(copy);
+
+    // A read-only source keeps the elements a merge asks it for.
+    Variable target("t", 1);
+    EXPECT_FALSE(target.MergeElements(&constant, 0, 0, 0, false));
+    EXPECT_EQ(constant.ElementsUsed(), 1);
+    EXPECT_EQ(target.ElementsUsed(), 0);
+}
+
+TEST_F(Kinds, DynamicValueIsComputedOnFirstReadOnly) {
+    Counter counter;
+    EXPECT_EQ(counter.computed, 0);
+    EXPECT_EQ(counter.aggregatetype(), AGGREGATE_STRUCTURE);
+    EXPECT_EQ(counter.computed, 1);
+    EXPECT_EQ(counter.Element(AggregateIndex("n"), 0)->value_integer(), 1);
+    EXPECT_EQ(counter.ElementsUsed(), 1);
+    EXPECT_EQ(counter.computed, 1);
+    EXPECT_FALSE(counter.SetValue_Integer(9));
+    counter.Recompute();
+    EXPECT_EQ(counter.Element(AggregateIndex("n"), 0)->value_integer(), 2);
+    EXPECT_EQ(counter.computed, 2);
+}
+
+TEST_F(Kinds, NullValueIsEmptyAtEveryDepth) {
+    NULLVariable null_value;
+    EXPECT_EQ(null_value.type(), VARIABLE_TYPE_NULL);
+    EXPECT_FALSE(null_value.IsTrue());
+    EXPECT_EQ(null_value.value_integer(), 0);
+    EXPECT_TRUE(mpd_iszero(null_value.value_mpd()));
+    EXPECT_EQ(null_value.Element(3, 1), &null_value);
+    List<AggregateIndex> path(1);
+    path.Insert(new AggregateIndex("a"), LIST_TAIL);
+    path.Insert(new AggregateIndex(2), LIST_TAIL);
+    EXPECT_EQ(null_value.Element(&path, 1), &null_value);
+}
+
+// ---- callbacks ----
+
+TEST_F(Kinds, CallbackVariableTellsItsOwnerUntilDetached) {
+    Owner owner;
+    {
+        CallbackVariable watched("w", 1, &owner);
+        watched.SetValue("a", 1);
+        watched.SetValue_Integer(2);
+        watched.Element(1, 1);                                   // the new element is one change
+        watched.DeleteElement(AggregateIndex("absent"), false);  // nothing changed
+        Variable source("s", 1, 7);
+        watched.SetValue(source);
+        EXPECT_EQ(owner.changes, 4);
+        watched.value();
+        EXPECT_EQ(owner.changes, 4);
+    }
+    EXPECT_EQ(owner.destroyed, 1);
+    CallbackVariable detached("d", 1, &owner);
+    detached.Detach();
+    detached.SetValue_Integer(3);
+    EXPECT_EQ(owner.changes, 4);
+}
+
+TEST_F(Kinds, CallbackStructAsksItsOwnerOnceForEachMember) {
+    Owner owner;
+    Variable plain("record", -1);
+    Variable* structure = plain.Make_CallbackStruct(&owner);
+    EXPECT_EQ(Text(structure->name()), "record");
+    Variable* known = structure->Element(AggregateIndex("known"), 0);
+    ASSERT_NE(known, nullptr);
+    EXPECT_EQ(Text(known->value()), "supplied");
+    EXPECT_EQ(structure->Element(AggregateIndex("KNOWN"), 0), known);
+    EXPECT_EQ(owner.asked, 1);
+    EXPECT_EQ(structure->Element(AggregateIndex("other"), 0), nullptr);
+    EXPECT_NE(structure->Element(AggregateIndex("other"), 1), nullptr);
+    EXPECT_EQ(structure->Element(1, 1), nullptr);
+    EXPECT_EQ(structure->ElementsUsed(), 2);
+
+    Owner second;
+    EXPECT_EQ(structure->Make_CallbackStruct(&second), structure);
+    EXPECT_EQ(structure->refcount(), 2);
+    structure->Element(AggregateIndex("known2"), 0);
+    EXPECT_EQ(second.asked, 1);
+    Variable::Release(structure);
+    Variable::Release(structure);
+    EXPECT_EQ(second.destroyed, 1);
+}
+
+// ---- lists ----
+
+TEST_F(Kinds, OwningVariableListGivesBackItsReferences) {
+    Variable* kept = new Variable("kept", -1);
+    kept->IncRefCount();
+    {
+        VariableList list(1);
+        list.Insert(kept, LIST_TAIL);
+        list.Insert(new Variable("dropped", -1), LIST_TAIL);
+        EXPECT_EQ(list.Entries(), 2);
+    }
+    EXPECT_EQ(kept->refcount(), 1);
+    Variable::Release(kept);
+}
