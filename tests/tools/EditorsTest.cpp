@@ -1,13 +1,19 @@
-// The checked-in editor syntax files against the assembler's mnemonic table: every mnemonic is
-// highlighted by both, and regenerating them gives the files as they are.
+// The checked-in editor syntax files against the assembler: every mnemonic of the table is
+// highlighted by both, regenerating them gives the files as they are, and the generator's
+// directive and qualifier lists are exactly the ones the tokenizer and the grammar accept.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fstream>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "assembler/OpcodeLookup.h"
+#include "assembler/Parser.h"
+#include "support/MemoryFile.h"
 #include "tools/EditorSyntax.h"
 
 namespace {
@@ -78,4 +84,84 @@ TEST(Editors, CheckedInFilesMatchTheGenerator) {
         << "run the tarn_editors target and commit editors/";
     EXPECT_EQ(read_file(EDITORS_DIR + "tnasm.tmLanguage.json"), editor_syntax::textmate_grammar())
         << "run the tarn_editors target and commit editors/";
+}
+
+namespace {
+
+// A parser that only tokenizes and applies qualifiers: every operation accepts.
+class TokenParser : public Parser {
+  public:
+    explicit TokenParser(File* file) : Parser(file) {}
+    int AssembleError(ErrorCode, const String&) override { return 1; }
+    int ProcessGlobal(const char*, int, const char*, int) override { return 0; }
+    int ProcessSystem(const char*, int, const char*, int) override { return 0; }
+    int ProcessLocal(const char*, int, const char*, int) override { return 0; }
+    int ProcessOpcode(int, int) override { return 0; }
+    int ProcessImmediate(const char*, int, int, int) override { return 0; }
+    int ProcessFunction(const char*, int, int) override { return 0; }
+    int ProcessEndFunction() override { return 0; }
+    int ProcessParameter(const char*, int, const char*, int, int) override { return 0; }
+    int ProcessString(const char*, int, const char*, int) override { return 0; }
+    int ProcessLabel(const char*, int) override { return 0; }
+    int ProcessLocalized(const char*, int, int*) override { return 0; }
+    int ProcessVersion(const char*, int) override { return 0; }
+    int ProcessIdent(const char*, int) override { return 0; }
+    int ProcessDisableLogging() override { return 0; }
+    int ProcessLocLangEntry(const char*, int, const char*, int, int) override { return 0; }
+};
+
+// The token kind of ".name" as the tokenizer reads it.
+TokenType directive_token(const std::string& name) {
+    auto bytes = std::make_shared<std::vector<unsigned char>>();
+    const std::string source = "." + name;
+    bytes->assign(source.begin(), source.end());
+    MemoryFile file(bytes, nullptr);
+    TokenParser parser(&file);
+    const char* text = nullptr;
+    int length = 0;
+    String value;
+    return parser.GetNextToken(&text, length, &value);
+}
+
+}  // namespace
+
+TEST(Editors, DirectiveListIsTheTokenizers) {
+    // Every directive kind of the tokenizer, each reached by exactly one listed name.
+    const std::set<int> kinds = {TOKEN_GLOBAL,    TOKEN_SYSTEM,         TOKEN_STRING,
+                                 TOKEN_FUNCTION,  TOKEN_LOCALIZED,      TOKEN_ENDFUNCTION,
+                                 TOKEN_PARAMETER, TOKEN_LOCAL,          TOKEN_VERSION,
+                                 TOKEN_IDENT,     TOKEN_DISABLE_LOGGING};
+    std::set<int> seen;
+    for (const char* directive : editor_syntax::DIRECTIVES) {
+        const TokenType kind = directive_token(directive);
+        EXPECT_EQ(kinds.count(kind), 1u) << directive;
+        EXPECT_TRUE(seen.insert(kind).second) << directive;
+    }
+    EXPECT_EQ(seen, kinds);
+}
+
+TEST(Editors, QualifierListIsTheGrammars) {
+    auto bytes = std::make_shared<std::vector<unsigned char>>();
+    MemoryFile file(bytes, nullptr);
+    TokenParser parser(&file);
+    int all_bits = 0;
+    int kept_bits = 0x3F;
+    for (const char* qualifier : editor_syntax::QUALIFIERS) {
+        const int length = static_cast<int>(strlen(qualifier));
+        // A qualifier sets or clears a bit, so it changes one of the two extremes.
+        int from_none = 0;
+        int from_all = 0x3F;
+        EXPECT_EQ(parser.FunctionFlags(&from_none, qualifier, length), 0) << qualifier;
+        EXPECT_EQ(parser.FunctionFlags(&from_all, qualifier, length), 0) << qualifier;
+        EXPECT_TRUE(from_none != 0 || from_all != 0x3F) << qualifier << " changes nothing";
+        all_bits |= from_none;
+        kept_bits &= from_all;
+    }
+    // Every qualifier bit is set by some word, and "internal" clears the external bit.
+    EXPECT_EQ(all_bits, 0x3F);
+    EXPECT_EQ(kept_bits, 0x3E);
+    for (const char* type : editor_syntax::PARAMETER_TYPES) {
+        int flags = -1;
+        EXPECT_EQ(parser.ParameterFlags(&flags, type, static_cast<int>(strlen(type))), 0) << type;
+    }
 }
