@@ -87,7 +87,7 @@ EOF
 
 # ---- the consumer, through the CMake package and through pkg-config ----
 step "build the consumer with find_package(Tarn)"
-cmake -S "$ROOT/examples/consumer" -B "$WORK/consumer" -DCMAKE_PREFIX_PATH="$PREFIX" \
+cmake -S "$ROOT/examples/consumer" -B "$WORK/consumer" -G Ninja -DCMAKE_PREFIX_PATH="$PREFIX" \
   -DCMAKE_BUILD_TYPE=Release >"$WORK/consumer.log" 2>&1 &&
   cmake --build "$WORK/consumer" >>"$WORK/consumer.log" 2>&1 || {
   cat "$WORK/consumer.log" >&2
