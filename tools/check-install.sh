@@ -46,8 +46,10 @@ for p in $PROGRAMS; do
   [ -f "$PREFIX/share/man/man1/$p.1" ] || fail "not installed: share/man/man1/$p.1"
   [ -f "$PREFIX/share/bash-completion/completions/$p" ] ||
     fail "not installed: share/bash-completion/completions/$p"
-  [ "$("$PREFIX/bin/$p" --version)" = "5.52" ] || fail "installed $p --version is not 5.52"
+  version=$("$PREFIX/bin/$p" --version) || fail "installed $p --version failed"
+  [ -n "$version" ] || fail "installed $p --version printed nothing"
 done
+[ "$("$PREFIX/bin/tnasm" --version)" = "5.52" ] || fail "installed tnasm --version is not 5.52"
 
 # ---- man pages and completions ----
 step "man pages render without warnings; completions load"
