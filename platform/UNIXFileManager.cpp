@@ -15,6 +15,9 @@ namespace {
 // Permissions of a created file before the process umask, as for any ordinary file.
 constexpr mode_t CREATE_PERMISSIONS = 0666;
 
+// Refusal of a pipe, socket or block device: the file layer measures, maps and seeks its files.
+const char* const NOT_A_FILE = "Not a regular file";
+
 int open_flags(int mode) {
     bool reading = (mode & FILE_MODE_READ) != 0;
     bool writing = (mode & FILE_MODE_WRITE) != 0;
@@ -36,7 +39,9 @@ File* UNIXFileManager::Open(const char* path, int mode) {
         return nullptr;
     }
     int flags = open_flags(mode);
-    int fd = ::open(path, flags | O_CLOEXEC, CREATE_PERMISSIONS);
+    // Without O_NONBLOCK, opening a pipe for reading waits for a writer, possibly for ever; the
+    // flag is dropped again once the file is known to be one that can be used.
+    int fd = ::open(path, flags | O_CLOEXEC | O_NONBLOCK, CREATE_PERMISSIONS);
     if (fd < 0) {
         error_.assign(std::strerror(errno));
         return nullptr;
@@ -49,6 +54,17 @@ File* UNIXFileManager::Open(const char* path, int mode) {
     }
     if (S_ISDIR(st.st_mode)) {
         error_.assign(std::strerror(EISDIR));
+        ::close(fd);
+        return nullptr;
+    }
+    // Character devices stay usable (/dev/null, /dev/full), with their own read and write errors.
+    if (!S_ISREG(st.st_mode) && !S_ISCHR(st.st_mode)) {
+        error_.assign(NOT_A_FILE);
+        ::close(fd);
+        return nullptr;
+    }
+    if (::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK) != 0) {
+        error_.assign(std::strerror(errno));
         ::close(fd);
         return nullptr;
     }

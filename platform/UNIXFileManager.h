@@ -17,7 +17,8 @@ class UNIXFileManager : public FileManager {
     UNIXFileManager(const UNIXFileManager&) = delete;
     UNIXFileManager& operator=(const UNIXFileManager&) = delete;
 
-    // Directories are refused: they open on UNIX but cannot be read as files.
+    // Directories, pipes, sockets and block devices are refused: the file layer measures, maps
+    // and seeks its files. Character devices are kept.
     File* Open(const char* path, int mode) override;
     void DeactivateFile(File* file) override;
     const String& error() override { return error_; }
