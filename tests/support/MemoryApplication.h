@@ -1,0 +1,58 @@
+// The assembler application over in-memory files, with its output captured: whole runs of the
+// program for tests and fuzz targets, without touching the disk.
+#ifndef TARN_TESTS_SUPPORT_MEMORYAPPLICATION_H
+#define TARN_TESTS_SUPPORT_MEMORYAPPLICATION_H
+
+#include <string>
+#include <vector>
+
+#include "driver/AssemblerApplication.h"
+#include "platform/Output.h"
+#include "tests/support/MemoryFile.h"
+
+// Keeps what the program writes: ordinary output and error reports apart.
+class CapturedOutput : public Output {
+  public:
+    int Write(const char* bytes, int count) override {
+        out.append(bytes, static_cast<size_t>(count));
+        return count;
+    }
+    int WriteError(const char* bytes, int count) override {
+        err.append(bytes, static_cast<size_t>(count));
+        return count;
+    }
+    int Flush() override { return 0; }
+
+    std::string out;
+    std::string err;
+};
+
+// The command line must outlive the application, which keeps pointers into it.
+struct CommandLineWords {
+    explicit CommandLineWords(std::vector<std::string> list) : words(std::move(list)) {
+        for (std::string& word : words) argv.push_back(&word[0]);
+        argv.push_back(nullptr);
+    }
+    std::vector<std::string> words;
+    std::vector<char*> argv;
+};
+
+class MemoryAssemblerApplication : private CommandLineWords, public AssemblerApplication {
+  public:
+    // 'words' is the whole command line, the program name first.
+    explicit MemoryAssemblerApplication(std::vector<std::string> words)
+        : CommandLineWords(std::move(words)),
+          AssemblerApplication(static_cast<int>(CommandLineWords::words.size()),
+                               CommandLineWords::argv.data()),
+          capture(new CapturedOutput) {
+        delete SetOutput(capture);
+    }
+
+    FileManager* filemanager() override { return &files; }
+    const char* lasterror() override { return files.error().c_str(); }
+
+    MemoryFileManager files;
+    CapturedOutput* capture;  // owned by the application
+};
+
+#endif
