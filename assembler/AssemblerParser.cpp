@@ -408,8 +408,10 @@ int AssemblerParser::Write(const char* path, const unsigned char* identifier) {
                    segment_manager_->Write(&file) && ident_list_.Write(&file) &&
                    localized_languages_.Write(&file) && localized_dictionary_.Write(&file);
     if (!written) return 1;
-    (void)file.Section_Flush();  // the run's result does not depend on the flush
-    return 0;
+    // A file whose directory or header could not be written keeps the placeholder header of
+    // Create, which names no section, so every loader refuses it; the run fails as it does
+    // when a section cannot be written, without a report of its own.
+    return file.Section_Flush() ? 0 : 1;
 }
 
 // ---- helpers ----

@@ -1,6 +1,8 @@
 // Assembler application: options, the assembly run and the assembly-error report.
 #include "driver/AssemblerApplication.h"
 
+#include <cerrno>
+#include <climits>
 #include <cstring>
 
 #include "assembler/AssemblerParser.h"
@@ -124,11 +126,16 @@ int AssemblerApplication::Assemble(File* source, const char* path) {
     AssemblerParser* parser = new AssemblerParser(this, source, path);
     int status = 0;
     if (!parser->mapped()) {
-        // An unreadable source would otherwise assemble as an empty program.
+        // An unreadable source would otherwise assemble as an empty program. Sources are counted
+        // in 32 bits, so one of 2 GiB or more is refused as too large instead of being cut.
         String message("Unable to open '");
         message.cat(path);
         message.cat("': ");
-        message.cat(source->error().c_str(), source->error().length());
+        if (source->Length() > INT_MAX) {
+            message.cat(std::strerror(EFBIG));
+        } else {
+            message.cat(source->error().c_str(), source->error().length());
+        }
         status = parser->ArgumentError(message);
     }
     if (status == 0) status = parser->Start();

@@ -3,6 +3,7 @@
 // report and status 1, never hangs, and never leaves a compiled file that a loader accepts.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <string>
@@ -102,4 +103,84 @@ TEST_F(FileEdgesTest, InputThatIsNoReadableFileIsRefusedAtOnce) {
                   run.err);
         EXPECT_NE(0, access(PathOf("out.tnc").c_str(), F_OK)) << row.name;
     }
+}
+
+TEST_F(FileEdgesTest, SourceOf2GiBOrMoreIsRefusedNotCut) {
+    // Sparse files: no disk space is used and the program never reads them. 4 GiB and 10 bytes
+    // would be a source of 10 bytes to a wrapped 32-bit count.
+    const long long sizes[] = {2147483648LL, 2147483649LL, 4294967306LL};
+    for (long long size : sizes) {
+        const std::string name = "big-" + std::to_string(size) + ".s";
+        MakeFile(name, "pushi 1\n");
+        ASSERT_EQ(truncate(PathOf(name).c_str(), static_cast<off_t>(size)), 0);
+        const Outcome run = Assemble({"-o", PathOf("out.tnc"), PathOf(name)});
+        EXPECT_EQ(1, run.status) << size;
+        EXPECT_EQ("tnasm: Unable to open '" + PathOf(name) + "': File too large\n", run.err);
+        EXPECT_NE(0, access(PathOf("out.tnc").c_str(), F_OK)) << size;
+    }
+}
+
+TEST_F(FileEdgesTest, OutputThatCannotBeCreatedIsReportedAsSuch) {
+    MakeFile("in.s", ".string s \"text\"\npushc s\n");
+    ASSERT_EQ(mkdir(PathOf("dir.tnc").c_str(), 0755), 0);
+    ASSERT_EQ(mkfifo(PathOf("pipe.tnc").c_str(), 0644), 0);
+    ASSERT_EQ(mkdir(PathOf("locked").c_str(), 0555), 0);
+    struct Row {
+        std::string path;
+        std::string reason;
+        bool as_superuser;  // whether the row holds for the superuser too
+    } rows[] = {
+        {PathOf("dir.tnc"), "Is a directory", true},
+        {PathOf("pipe.tnc"), "Not a regular file", true},
+        {PathOf("missing/out.tnc"), "No such file or directory", true},
+        {PathOf("locked/out.tnc"), "Permission denied", false},
+        // Opens, but the first write, the header's, finds no space.
+        {"/dev/full", "No space left on device", true},
+    };
+    for (const Row& row : rows) {
+        if (!row.as_superuser && geteuid() == 0) continue;
+        const Outcome run = Assemble({"-o", row.path, PathOf("in.s")});
+        EXPECT_EQ(1, run.status) << row.path;
+        EXPECT_EQ("tnasm: Unable to create '" + row.path + "': " + row.reason + "\n", run.err);
+    }
+}
+
+TEST_F(FileEdgesTest, WriteThatFailsLaterEndsWithStatusOneAndNoLoadableFile) {
+    // A size limit on written files (with its signal ignored) makes a write fail once the file
+    // reaches it: at every limit up to the size of the whole file, the run fails and what it
+    // leaves is refused by the loader. At the size itself, it succeeds.
+    std::string source = ".string s \"" + std::string(3000, 'x') + "\"\n.global g \"g\"\n";
+    source += ".function f\n.parameter p \"p\"\npushl p\n.endfunction\npushc s\ncall f\n";
+    source += ".ident \"id\"\n.localized \"en-US\" \"k\" \"t %v%\"\n";
+    MakeFile("in.s", source);
+    const std::string out = PathOf("out.tnc");
+    ASSERT_EQ(0, Assemble({"-o", out, PathOf("in.s")}).status);
+    struct stat st;
+    ASSERT_EQ(stat(out.c_str(), &st), 0);
+    const long long full_size = st.st_size;
+
+    struct rlimit saved;
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
+    void (*saved_handler)(int) = signal(SIGXFSZ, SIG_IGN);
+    // Limits just past the header, inside the dictionary, within the later sections, at the
+    // directory, and at the last byte.
+    const long long limits[] = {33,       100, 3000, full_size - 60, full_size - 12, full_size - 1,
+                                full_size};
+    for (long long limit : limits) {
+        (void)unlink(out.c_str());
+        struct rlimit small = saved;
+        small.rlim_cur = static_cast<rlim_t>(limit);
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+        const Outcome run = Assemble({"-o", out, PathOf("in.s")});
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &saved), 0);
+        if (limit >= full_size) {
+            EXPECT_EQ(0, run.status);
+            EXPECT_TRUE(Loadable(out));
+            continue;
+        }
+        EXPECT_EQ(1, run.status) << "limit " << limit;
+        EXPECT_LE(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+        EXPECT_FALSE(Loadable(out)) << "limit " << limit;
+    }
+    signal(SIGXFSZ, saved_handler);
 }
