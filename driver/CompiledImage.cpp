@@ -1,0 +1,112 @@
+// A compiled file read the way the runtime's loader reads it.
+#include "driver/CompiledImage.h"
+
+#include "compiled/IdentList.h"
+#include "platform/FileManager.h"
+
+namespace {
+
+// The sizes the loader makes its tables with; reading takes the bucket counts from the file,
+// so these only set the first allocation.
+constexpr int GLOBAL_BUCKET_BITS = 12;
+constexpr int GLOBAL_CAPACITY = 512;
+constexpr int FUNCTION_BUCKET_BITS = 8;
+constexpr int LANGUAGE_BUCKET_BITS = 12;
+constexpr int LANGUAGE_CAPACITY = 8;
+
+// Whole-file reads go in pieces of this size.
+constexpr int READ_PIECE = 65536;
+
+}  // namespace
+
+CompiledImage::CompiledImage(TarnApplication* application, FileManager* files)
+    : files_(files),
+      file_(files),
+      globals_(&dictionary_, GLOBAL_BUCKET_BITS, GLOBAL_CAPACITY, 0),
+      systems_(&dictionary_, GLOBAL_BUCKET_BITS, GLOBAL_CAPACITY, 0),
+      functions_(&dictionary_, FUNCTION_BUCKET_BITS),
+      languages_(application, &dictionary_, &file_, LANGUAGE_BUCKET_BITS, LANGUAGE_CAPACITY) {}
+
+CompiledImage::~CompiledImage() {}
+
+bool CompiledImage::Load(const char* path) {
+    File* opened = files_->Open(path, FILE_MODE_READ);
+    if (opened == nullptr) {
+        String message("Unable to open '");
+        message.cat(path);
+        message.cat("': ");
+        message.cat(files_->error().c_str(), files_->error().length());
+        return Fail(message);
+    }
+    if (!ReadBytes(opened)) {
+        String message("Unable to read '");
+        message.cat(path);
+        message.cat("': ");
+        message.cat(opened->error().c_str(), opened->error().length());
+        delete opened;
+        return Fail(message);
+    }
+    // From here on the container owns the file; a failed open leaves it with us.
+    if (!file_.Open(path, opened)) {
+        delete opened;
+        return Fail(file_.error());
+    }
+    if (!dictionary_.Read(&file_)) return Fail(dictionary_.error());
+    if (!globals_.Read(&file_, TAG_GLBL)) return Fail(globals_.error());
+    if (!systems_.Read(&file_, TAG_SYST)) return Fail(systems_.error());
+    if (!functions_.Read(&file_)) return Fail(functions_.error());
+    if (!segments_.Read(&file_)) return Fail(segments_.error());
+
+    IdentList idents;
+    if (!idents.Read(&file_)) return Fail(idents.error());
+    int length = 0;
+    for (const char* text = idents.Entry(&length); text != nullptr; text = idents.Entry(&length))
+        idents_.emplace_back(text, static_cast<size_t>(length));
+
+    if (!LoadLanguages()) return false;
+    if (!localized_.Read(&file_)) return Fail(localized_.error());
+    return true;
+}
+
+LocalizedIndex* CompiledImage::language_index(int i) const {
+    if (i < 0 || i >= static_cast<int>(language_indexes_.size())) return nullptr;
+    return language_indexes_[static_cast<size_t>(i)];
+}
+
+Function* CompiledImage::segment_function(int segment) {
+    if (segment <= 0) return nullptr;
+    for (int f = 0; f < functions_.Functions(); ++f) {
+        Function* function = functions_.Function_Index(f);
+        if ((function->flags() & FUNCTION_EXTERNAL) == 0 && function->segment() == segment)
+            return function;
+    }
+    return nullptr;
+}
+
+bool CompiledImage::Fail(const String& message) {
+    error_ = message;
+    return false;
+}
+
+bool CompiledImage::ReadBytes(File* file) {
+    if (file->Seek(0) != 0) return false;
+    std::vector<unsigned char> piece(READ_PIECE);
+    for (;;) {
+        int n = file->Read(piece.data(), READ_PIECE);
+        if (n < 0) return false;
+        if (n == 0) return true;
+        bytes_.insert(bytes_.end(), piece.begin(), piece.begin() + n);
+    }
+}
+
+// The loader loads each language's index on its first lookup by the language's code; this
+// looks every language up in turn, so each index is read exactly as the loader would read it.
+bool CompiledImage::LoadLanguages() {
+    if (!languages_.Read()) return Fail(languages_.error());
+    for (int i = 0; i < languages_.Entries(); ++i) {
+        _LL_Entry* found = languages_.Get_Language_Entry(languages_.language(i)->code);
+        if (found == nullptr && languages_.error().length() > 0) return Fail(languages_.error());
+        language_indexes_.push_back(found == languages_.language(i) ? found->index : nullptr);
+    }
+    return true;
+}

@@ -1,0 +1,291 @@
+// tndump over hand-made files: every reader check of the loader ends the run with that reader's
+// own message as "tndump: message" and status 1, and a sound file prints in each mode.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "compiled/TableSupport.h"
+#include "compiled/TaggedFile.h"
+#include "driver/DumpApplication.h"
+#include "foundation/ByteOrder.h"
+#include "platform/Output.h"
+#include "tests/compiled/TableFiles.h"
+#include "tests/support/MemoryFile.h"
+
+namespace {
+
+class CaptureOutput : public Output {
+  public:
+    int Write(const char* bytes, int count) override {
+        out.append(bytes, static_cast<size_t>(count));
+        return count;
+    }
+    int WriteError(const char* bytes, int count) override {
+        err.append(bytes, static_cast<size_t>(count));
+        return count;
+    }
+    int Flush() override { return 0; }
+    std::string out;
+    std::string err;
+};
+
+class MemoryDumpApplication : public DumpApplication {
+  public:
+    MemoryDumpApplication(int argc, char** argv)
+        : DumpApplication(argc, argv), output(new CaptureOutput()) {
+        delete SetOutput(output);
+    }
+    FileManager* filemanager() override { return &files; }
+    const char* lasterror() override { return "Broken pipe"; }
+
+    MemoryFileManager files;
+    CaptureOutput* output;  // owned by the application
+};
+
+struct DumpRun {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+DumpRun run_dump(const Bytes& file, const char* mode = nullptr) {
+    char program[] = "tndump";
+    char option[16] = "";
+    char input[] = "in.tnc";
+    std::vector<char*> argv = {program};
+    if (mode != nullptr) {
+        snprintf(option, sizeof option, "%s", mode);
+        argv.push_back(option);
+    }
+    argv.push_back(input);
+    argv.push_back(nullptr);
+    MemoryDumpApplication application(static_cast<int>(argv.size()) - 1, argv.data());
+    application.files.Put("in.tnc", file);
+    int status = application.Go();
+    return {status, application.output->out, application.output->err};
+}
+
+// ---- hand-made sections ----
+
+struct Fields {
+    Bytes bytes;
+    Fields& u8(uint32_t v) {
+        bytes.push_back(static_cast<unsigned char>(v));
+        return *this;
+    }
+    Fields& u16(uint32_t v) {
+        u8(v & 0xFF);
+        return u8(v >> 8);
+    }
+    Fields& u32(uint32_t v) {
+        u16(v & 0xFFFF);
+        return u16(v >> 16);
+    }
+    Fields& text(const std::string& s) {
+        bytes.insert(bytes.end(), s.begin(), s.end());
+        return *this;
+    }
+};
+
+// "dict" holding 'texts' back to back, entries in order.
+Bytes dictionary_of(const std::vector<std::string>& texts) {
+    Fields table;
+    std::string data;
+    for (const std::string& text : texts) {
+        table.u32(static_cast<uint32_t>(data.size())).u32(static_cast<uint32_t>(text.size()));
+        data += text;
+    }
+    Fields section;
+    section.u32(static_cast<uint32_t>(texts.size())).u32(static_cast<uint32_t>(data.size())).u32(0);
+    section.bytes.insert(section.bytes.end(), table.bytes.begin(), table.bytes.end());
+    return section.text(data).bytes;
+}
+
+// The 7-byte header that the hashed tables share: non-empty buckets, bucket bits, count.
+Bytes table_header(uint32_t bucket_entries, uint32_t bucket_bits, uint32_t count) {
+    return Fields().u16(bucket_entries).u8(bucket_bits).u32(count).bytes;
+}
+
+Bytes join(std::vector<Bytes> parts) {
+    Bytes all;
+    for (const Bytes& part : parts) all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
+// A function table of one function named by dictionary entry 0, with the given parameter
+// records and local table after its 20-byte record.
+Bytes function_table(uint32_t name, uint32_t parameter_count, const Bytes& parameters,
+                     const Bytes& locals) {
+    return join({table_header(1, 8, 1),
+                 Fields().u16(0).u32(0).bytes,    // bucket 0 -> function 0
+                 Fields().u32(0xFFFFFFFF).bytes,  // chain
+                 Fields().u32(name).u32(parameter_count).u32(0).u32(1).u32(0).bytes,  // record
+                 parameters, locals});
+}
+
+// One segment holding 'code'.
+Bytes segments_of(const Bytes& code) {
+    return join(
+        {Fields().u32(1).u32(0).u32(0).u32(static_cast<uint32_t>(code.size())).bytes, code});
+}
+
+// The sections of a sound file in the loader's order; a test replaces one of them.
+std::map<int, Bytes> sound_sections() {
+    return {
+        {TAG_DICT, dictionary_of({"main", "en-US", "k", "x"})},
+        {TAG_GLBL, table_header(0, 12, 0)},
+        {TAG_SYST, table_header(0, 12, 0)},
+        {TAG_FUNC, table_header(0, 8, 0)},
+        {TAG_SEGS, segments_of(Fields().u16(0x003C).bytes)},
+        {TAG_IDNT, Fields().text("abc").u8(0).bytes},
+        {TAG_LOCL,
+         join({table_header(1, 12, 1),
+               Fields().u16(static_cast<uint32_t>(name_bucket("en-US", 5, 12))).u32(0).bytes,
+               Fields().u32(1).u32(0xFFFFFFFF).bytes})},
+        {tag_language_index(0),
+         join({table_header(1, 12, 1), Fields().u32(0).bytes, Fields().u16(0).u32(0).bytes,
+               Fields().u32(2).u32(0xFFFFFFFF).u32(0).bytes})},
+        {TAG_LOCD, Fields().u32(1).u32(1).u32(3).u32(0xFFFFFFFF).bytes},
+    };
+}
+
+const int SECTION_ORDER[] = {TAG_DICT, TAG_GLBL, TAG_SYST, TAG_FUNC,
+                             TAG_SEGS, TAG_IDNT, TAG_LOCL, tag_language_index(0),
+                             TAG_LOCD};
+
+Bytes file_of(const std::map<int, Bytes>& sections, int version = 0x10008) {
+    std::vector<Section> ordered;
+    for (int tag : SECTION_ORDER) {
+        auto found = sections.find(tag);
+        if (found != sections.end()) ordered.push_back({tag, found->second});
+    }
+    return container_with(ordered, version);
+}
+
+Bytes sound_file() {
+    return file_of(sound_sections());
+}
+
+}  // namespace
+
+TEST(DumpApplication, PrintsASoundFileInEveryMode) {
+    DumpRun dump = run_dump(sound_file());
+    EXPECT_EQ(dump.status, 0) << dump.err;
+    EXPECT_EQ(dump.err, "");
+    EXPECT_NE(dump.out.find("  version     1.8\n"), std::string::npos) << dump.out;
+    EXPECT_NE(dump.out.find("\"en-US\": 1 entries from section LX 0\n"), std::string::npos);
+    EXPECT_NE(dump.out.find("\"k\" = \"x\" (piece 0)\n"), std::string::npos) << dump.out;
+
+    DumpRun listing = run_dump(sound_file(), "--listing");
+    EXPECT_EQ(listing.status, 0);
+    EXPECT_EQ(listing.out, "\n\nExpression: segment 0\n0\tretn\t\n");
+}
+
+// One row per reader check, each reached through a file that passes every check before it.
+TEST(DumpApplication, RefusesEachCorruptionWithTheReadersMessage) {
+    using Patch = std::function<void(Bytes*)>;
+    const Bytes sound = sound_file();
+    const int directory = static_cast<int>(get_u32(sound.data() + 24));
+    auto at = [](int offset, uint32_t value) -> Patch {
+        return [=](Bytes* file) { put_u32(file->data() + offset, value); };
+    };
+    struct Row {
+        const char* what;
+        Patch patch;
+        const char* message;
+    };
+    // clang-format off
+    const Row header_rows[] = {
+        {"magic",                   at(0, 0x6E726174),  "File is either corrupt or not a valid compiled Tarn Script file"},
+        {"negative directory",      at(24, 0x80000000), "File is either corrupt or not a valid compiled Tarn Script file"},
+        {"negative entry count",    at(28, 0xFFFFFFFF), "File is either corrupt or not a valid compiled Tarn Script file"},
+        {"version 1.14",            at(4, 0x1000E),     "File was generated by an incompatible version of the Tarn Script Compiler"},
+        {"version 1.0",             at(4, 0x10000),     "File was generated by an incompatible version of the Tarn Script Compiler"},
+        {"entry count",             at(28, 0x0AAAAAAB), "header.directory_entries out of range"},
+        {"directory past the end",  at(28, 40),         "Unexpected end of file while reading directory"},
+        {"section offset",          at(directory + 4, 0x80000000), "directory[ entry ].section_offset out of range"},
+        {"section size",            at(directory + 8, 0xFFFFFFFF), "directory[ entry ].section_size out of range"},
+        {"no dict",                 at(directory, 0x11111111),     "Invalid section"},
+    };
+    // clang-format on
+    for (const Row& row : header_rows) {
+        Bytes file = sound;
+        row.patch(&file);
+        DumpRun run = run_dump(file);
+        EXPECT_EQ(run.status, 1) << row.what;
+        EXPECT_EQ(run.err, std::string("tndump: ") + row.message + "\n") << row.what;
+        EXPECT_EQ(run.out, "") << row.what;
+    }
+
+    const Bytes no_variable = table_header(0, 8, 0);
+    const Bytes one_parameter = Fields().u32(0).u32(0).u32(0).bytes;
+    struct SectionRow {
+        const char* what;
+        int tag;
+        Bytes bytes;
+        const char* message;
+    };
+    // clang-format off
+    const SectionRow rows[] = {
+        {"dict entries",        TAG_DICT, Fields().u32(0x08000000).u32(0).u32(0).bytes,        "dictionary_header.entries out of range"},
+        {"dict data size",      TAG_DICT, Fields().u32(0).u32(0x7FFFFFFF).u32(0).bytes,        "( dictionary_header.data_size / TF_DATA_BLOCK_SIZE ) + 1 out of range"},
+        {"dict offset",         TAG_DICT, Fields().u32(1).u32(1).u32(0).u32(1).u32(0).text("a").bytes, "dictionary_entry.offset out of range"},
+        {"dict only empty",     TAG_DICT, dictionary_of({""}),                                 "dictionary_entry.offset out of range"},
+        {"dict end",            TAG_DICT, Fields().u32(1).u32(1).u32(0).u32(0).u32(2).text("a").bytes, "dictionary_entry.offset + dictionary_entry.size out of range"},
+        {"glbl bits",           TAG_GLBL, table_header(0, 33, 0),                              "variable_hash_header.bucket_bits out of range"},
+        {"glbl buckets",        TAG_GLBL, table_header(0, 29, 0),                              "read_bucket_size out of range"},
+        {"syst count",          TAG_SYST, table_header(0, 12, 0x8000000),                      "variable_hash_header.variable_count out of range"},
+        {"syst bucket entries", TAG_SYST, table_header(0x8000, 12, 0),                         "variable_hash_header.bucket_entries out of range"},
+        {"glbl bucket index",   TAG_GLBL, join({table_header(1, 12, 0), Fields().u16(4096).u32(0).bytes}), "variable_hash_bucket.index out of range"},
+        {"func bits",           TAG_FUNC, table_header(0, 33, 0),                              "function_list_header.bucket_bits out of range"},
+        {"func buckets",        TAG_FUNC, table_header(0, 30, 0),                              "read_bucket_size out of range"},
+        {"func count",          TAG_FUNC, table_header(0, 8, 0x10000000),                      "function_list_header.function_count out of range"},
+        {"func bucket entries", TAG_FUNC, table_header(0xFFFF, 8, 0),                          "function_list_header.bucket_entries out of range"},
+        {"func bucket index",   TAG_FUNC, join({table_header(1, 8, 0), Fields().u16(256).u32(0).bytes}), "function_hash_bucket.index out of range"},
+        {"func name",           TAG_FUNC, function_table(9, 0, {}, no_variable),               "Invalid function header name index"},
+        {"func parameters",     TAG_FUNC, function_table(0, 0x0AAAAAAB, {}, no_variable),      "function_header.parameter_count out of range"},
+        {"func parameter name", TAG_FUNC, function_table(0, 1, Fields().u32(7).u32(0).u32(0).bytes, no_variable), "Invalid function parameter name index"},
+        {"func locals",         TAG_FUNC, function_table(0, 1, one_parameter, table_header(0, 40, 0)), "variable_hash_header.bucket_bits out of range"},
+        {"segs start",          TAG_SEGS, Fields().u32(0).u32(0).bytes,                        "segment_list.start out of range"},
+        {"segs entries",        TAG_SEGS, Fields().u32(0x10000000).u32(0).bytes,               "segment_list.entries out of range"},
+        {"segs size",           TAG_SEGS, Fields().u32(1).u32(0).u32(0).u32(0xFFFFFFFF).bytes, "segment_header.size out of range"},
+        {"locl bits",           TAG_LOCL, table_header(0, 33, 0),                              "localized_language_header.bucket_bits out of range"},
+        {"locl buckets",        TAG_LOCL, table_header(0, 31, 0),                              "read_bucket_size out of range"},
+        {"locl count",          TAG_LOCL, table_header(0, 12, 0x08000000),                     "localized_language_header.index_count out of range"},
+        {"locl bucket entries", TAG_LOCL, table_header(0x8000, 12, 0),                         "localized_language_header.bucket_entries out of range"},
+        {"locl bucket index",   TAG_LOCL, join({table_header(1, 4, 0), Fields().u16(16).u32(0).bytes}), "localized_language_bucket.index out of range"},
+        {"LX bits",             tag_language_index(0), join({table_header(0, 33, 0), Fields().u32(0).bytes}), "localized_index_header.bucket_bits out of range"},
+        {"LX buckets",          tag_language_index(0), join({table_header(0, 29, 0), Fields().u32(0).bytes}), "read_bucket_size out of range"},
+        {"LX count",            tag_language_index(0), join({table_header(0, 12, 0x10000000), Fields().u32(0).bytes}), "localized_index_header.index_count out of range"},
+        {"LX bucket entries",   tag_language_index(0), join({table_header(0x8000, 12, 0), Fields().u32(0).bytes}), "localized_index_header.bucket_entries out of range"},
+        {"LX count again",      tag_language_index(0), join({table_header(0, 12, 0x0AAAAAAB), Fields().u32(0).bytes}), "localized_index_header.index_count out of range"},
+        {"LX bucket index",     tag_language_index(0), join({table_header(1, 12, 0), Fields().u32(0).u16(4096).u32(0).bytes}), "localized_index_bucket.index out of range"},
+        {"locd entries",        TAG_LOCD, Fields().u32(0x0AAAAAAB).bytes,                      "loc_dictionary_header.entries out of range"},
+        {"locd type",           TAG_LOCD, Fields().u32(1).u32(2).u32(3).u32(0xFFFFFFFF).bytes, "Invalid localized dictionary entry type"},
+    };
+    // clang-format on
+    for (const SectionRow& row : rows) {
+        std::map<int, Bytes> sections = sound_sections();
+        sections[row.tag] = row.bytes;
+        DumpRun run = run_dump(file_of(sections));
+        EXPECT_EQ(run.status, 1) << row.what;
+        EXPECT_EQ(run.err, std::string("tndump: ") + row.message + "\n") << row.what;
+    }
+}
+
+// Every prefix of a sound file loses the directory at its end: each is refused, none crashes.
+TEST(DumpApplication, RefusesEveryTruncation) {
+    const Bytes sound = sound_file();
+    for (size_t length = 0; length < sound.size(); ++length) {
+        DumpRun run = run_dump(Bytes(sound.begin(), sound.begin() + static_cast<long>(length)));
+        EXPECT_EQ(run.status, 1) << length;
+        EXPECT_EQ(run.err, length < 32
+                               ? "tndump: File is either corrupt or not a valid compiled Tarn "
+                                 "Script file\n"
+                               : "tndump: Unexpected end of file while reading directory\n")
+            << length;
+    }
+}
