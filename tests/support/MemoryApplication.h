@@ -17,14 +17,17 @@ class CapturedOutput : public Output {
         out.append(bytes, static_cast<size_t>(count));
         return count;
     }
+    // Every report arrives in one piece, so the calls count the reports.
     int WriteError(const char* bytes, int count) override {
         err.append(bytes, static_cast<size_t>(count));
+        ++reports;
         return count;
     }
     int Flush() override { return 0; }
 
     std::string out;
     std::string err;
+    int reports = 0;
 };
 
 // The command line must outlive the application, which keeps pointers into it.

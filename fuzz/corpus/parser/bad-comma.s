@@ -1,0 +1,2 @@
+; a comma where a statement should start
+,

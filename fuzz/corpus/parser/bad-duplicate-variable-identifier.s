@@ -1,0 +1,3 @@
+; two globals with one identifier
+.global a "x"
+.global a "y"

@@ -1,0 +1,3 @@
+; two globals of one variable name
+.global a "x"
+.global b "x"

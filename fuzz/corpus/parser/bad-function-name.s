@@ -1,0 +1,2 @@
+; a function name that is no identifier
+.function 5

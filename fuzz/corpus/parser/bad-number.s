@@ -1,0 +1,2 @@
+; a number where a statement should start
+42

@@ -1,0 +1,3 @@
+; an operation code inside an external declaration
+.function ext external
+pushi 1

@@ -1,0 +1,2 @@
+; an operand that is neither symbol nor number
+pushi "1"

@@ -1,0 +1,3 @@
+; an unknown parameter type
+.function f
+.parameter p "x" ref

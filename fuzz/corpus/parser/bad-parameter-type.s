@@ -1,0 +1,3 @@
+; a parameter type that is no symbol
+.function f
+.parameter p "x" 5

@@ -1,0 +1,3 @@
+; a string constant used above its declaration
+pushc greeting
+.string greeting "hi"

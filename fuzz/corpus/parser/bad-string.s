@@ -1,0 +1,2 @@
+; a quoted string where a statement should start
+"x"

@@ -1,0 +1,3 @@
+; a local that was never declared
+.function f
+pushl nothing

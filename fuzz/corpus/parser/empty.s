@@ -1,0 +1,1 @@
+; an empty program: every section is written, each of them empty

@@ -1,0 +1,2 @@
+; a directive name that is no identifier
+.global 5 "x"

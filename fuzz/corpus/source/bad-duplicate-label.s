@@ -1,0 +1,4 @@
+; two labels of one name in one context
+a:
+noop
+a:

@@ -1,0 +1,3 @@
+; two string constants with one identifier
+.string s "a"
+.string s "b"

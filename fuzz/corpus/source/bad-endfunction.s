@@ -1,0 +1,3 @@
+; .endfunction with no open function
+noop
+.endfunction

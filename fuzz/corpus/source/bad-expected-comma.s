@@ -1,0 +1,2 @@
+; two operands without a comma
+tagerror 1 2

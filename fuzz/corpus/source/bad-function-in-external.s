@@ -1,0 +1,3 @@
+; a function declaration inside an external declaration
+.function a external
+.function b

@@ -1,0 +1,3 @@
+; an internal function inside another
+.function a
+.function b

@@ -1,0 +1,2 @@
+; an unknown mnemonic
+pushx 1

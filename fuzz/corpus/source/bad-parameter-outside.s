@@ -1,0 +1,2 @@
+; a parameter at the top level
+.parameter p "p" value

@@ -1,0 +1,2 @@
+; an unknown function qualifier
+.function f privat

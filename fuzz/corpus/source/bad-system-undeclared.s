@@ -1,0 +1,3 @@
+; a system variable used above its declaration
+pushs home
+.system home "HOME"
