@@ -4,6 +4,7 @@
 #include "compiled/FunctionManager.h"
 
 #include <cstring>
+#include <utility>
 
 #include "compiled/Dictionary.h"
 #include "compiled/TableSupport.h"
@@ -40,8 +41,7 @@ int measured(const char* text, int length) {
 }  // namespace
 
 FunctionManager::FunctionManager(Dictionary* dictionary, int bucket_bits)
-    : buckets_(nullptr),
-      bucket_bits_(bucket_bits),
+    : bucket_bits_(bucket_bits),
       bucket_count_(1 << (bucket_bits & 31)),
       bucket_entries_(0),
       chain_(new_links(FUNCTION_TABLE_GROWTH)),
@@ -49,14 +49,13 @@ FunctionManager::FunctionManager(Dictionary* dictionary, int bucket_bits)
       count_(0),
       capacity_(FUNCTION_TABLE_GROWTH),
       dictionary_(dictionary) {
-    buckets_ = new_links(bucket_count_);
+    buckets_.Reset(bucket_count_);
 }
 
 FunctionManager::~FunctionManager() {
     for (int i = 0; i < count_; ++i) delete functions_[i];
     delete[] functions_;
     delete[] chain_;
-    delete[] buckets_;
 }
 
 // ---- adding ----
@@ -113,7 +112,7 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
 
     int bucket = name_bucket(name, length, bucket_bits_);
     int previous = -1;
-    int current = buckets_[bucket];
+    int current = buckets_.Head(bucket);
     if (current == -1) ++bucket_entries_;
     for (int steps = 0; IsFunction(current) && current != added && steps < count_; ++steps) {
         const String& other = functions_[current]->name();
@@ -123,7 +122,7 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
     }
     chain_[added] = IsFunction(current) && current != added ? current : -1;
     if (previous == -1) {
-        buckets_[bucket] = added;
+        buckets_.SetHead(bucket, added);
     } else {
         chain_[previous] = added;
     }
@@ -135,7 +134,7 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
 Function* FunctionManager::Function_Get(const char* name, int length) {
     if (name == nullptr) return nullptr;
     length = measured(name, length);
-    int current = buckets_[name_bucket(name, length, bucket_bits_)];
+    int current = buckets_.Head(name_bucket(name, length, bucket_bits_));
     // A chain read from a file may loop; no chain is longer than the table.
     for (int steps = 0; IsFunction(current) && steps < count_; ++steps) {
         const String& other = functions_[current]->name();
@@ -193,10 +192,10 @@ bool FunctionManager::Write(TaggedFile* file) {
         static_cast<size_t>(BUCKET_RECORD_SIZE * bucket_entries_));
     int record = 0;
     for (int b = 0; b < bucket_count_ && record < bucket_entries_; ++b) {
-        if (buckets_[b] == -1) continue;
+        if (buckets_.Head(b) == -1) continue;
         put_u16(bucket_records.data() + BUCKET_RECORD_SIZE * record, static_cast<uint32_t>(b));
         put_u32(bucket_records.data() + BUCKET_RECORD_SIZE * record + 2,
-                static_cast<uint32_t>(buckets_[b]));
+                static_cast<uint32_t>(buckets_.Head(b)));
         ++record;
     }
     write(bucket_records.data(), BUCKET_RECORD_SIZE * record);
@@ -276,23 +275,21 @@ bool FunctionManager::Read(TaggedFile* file) {
         Error(file->error());
         return false;
     }
-    int* buckets = new_links(static_cast<int>(bucket_count));
+    BucketArray buckets;
     for (int r = 0; r < bucket_entries; ++r) {
         const unsigned char* record = bucket_records.data() + BUCKET_RECORD_SIZE * r;
         int bucket = get_s16(record);
         if (bucket < 0 || static_cast<uint32_t>(bucket) >= bucket_count) {
-            delete[] buckets;
             Error(String("function_hash_bucket.index out of range"));
             return false;
         }
-        buckets[bucket] = get_s32(record + 2);
+        buckets.SetHead(bucket, get_s32(record + 2));
     }
 
     int count = static_cast<int>(function_count);
     std::vector<unsigned char> chain_bytes;
     if (file->Section_Read_Vector(&chain_bytes, CHAIN_LINK_SIZE * count) !=
         CHAIN_LINK_SIZE * count) {
-        delete[] buckets;
         Error(file->error());
         return false;
     }
@@ -360,7 +357,6 @@ bool FunctionManager::Read(TaggedFile* file) {
         for (int i = 0; i < count; ++i) delete functions[i];
         delete[] functions;
         delete[] chain;
-        delete[] buckets;
         return false;
     }
     file->Section_Read_End();
@@ -368,13 +364,12 @@ bool FunctionManager::Read(TaggedFile* file) {
     for (int i = 0; i < count_; ++i) delete functions_[i];
     delete[] functions_;
     delete[] chain_;
-    delete[] buckets_;
-    buckets_ = buckets;
+    buckets_ = std::move(buckets);
     bucket_bits_ = static_cast<int>(bucket_bits);
     bucket_count_ = static_cast<int>(bucket_count);
     bucket_entries_ = 0;
-    for (int b = 0; b < bucket_count_; ++b) {
-        if (buckets_[b] != -1) ++bucket_entries_;
+    for (int b = 0; b < buckets_.held(); ++b) {
+        if (buckets_.Head(b) != -1) ++bucket_entries_;
     }
     chain_ = chain;
     functions_ = functions;

@@ -4,6 +4,7 @@
 #define TARN_COMPILED_FUNCTIONMANAGER_H
 
 #include "compiled/Function.h"
+#include "compiled/TableSupport.h"
 #include "foundation/String.h"
 
 class Dictionary;
@@ -55,7 +56,7 @@ class FunctionManager {
     bool IsFunction(int i) const { return i >= 0 && i < count_; }
 
     String error_;
-    int* buckets_;
+    BucketArray buckets_;
     int bucket_bits_;
     int bucket_count_;
     int bucket_entries_;

@@ -4,6 +4,7 @@
 #include "compiled/LocalizedIndex.h"
 
 #include <cstring>
+#include <utility>
 
 #include "compiled/Dictionary.h"
 #include "compiled/TableSupport.h"
@@ -38,7 +39,6 @@ int* new_links(int count) {
 
 LocalizedIndex::LocalizedIndex(Dictionary* dictionary, int bucket_bits, int capacity, int language)
     : language_(language),
-      buckets_(nullptr),
       bucket_bits_(bucket_bits),
       bucket_count_(1 << (bucket_bits & 31)),
       bucket_entries_(0),
@@ -47,11 +47,10 @@ LocalizedIndex::LocalizedIndex(Dictionary* dictionary, int bucket_bits, int capa
       count_(0),
       capacity_(capacity),
       dictionary_(dictionary) {
-    buckets_ = new_links(bucket_count_);
+    buckets_.Reset(bucket_count_);
 }
 
 LocalizedIndex::~LocalizedIndex() {
-    delete[] buckets_;
     delete[] next_;
     delete[] entries_;
 }
@@ -101,7 +100,7 @@ int LocalizedIndex::Add_Entry(int key, int value) {
 
     int bucket = name_bucket(text, length, bucket_bits_);
     int previous = -1;
-    int current = buckets_[bucket];
+    int current = buckets_.Head(bucket);
     if (current == -1) ++bucket_entries_;
     for (int steps = 0; IsEntry(current) && current != added && steps < count_; ++steps) {
         int size = 0;
@@ -112,7 +111,7 @@ int LocalizedIndex::Add_Entry(int key, int value) {
     }
     next_[added] = IsEntry(current) && current != added ? current : -1;
     if (previous == -1) {
-        buckets_[bucket] = added;
+        buckets_.SetHead(bucket, added);
     } else {
         next_[previous] = added;
     }
@@ -127,7 +126,7 @@ const _LI_Entry* LocalizedIndex::Get_Entry(int key) {
 
 const _LI_Entry* LocalizedIndex::Get_Entry(const char* text, int length) {
     if (length == -1) length = static_cast<int>(std::strlen(text));
-    int current = buckets_[name_bucket(text, length, bucket_bits_)];
+    int current = buckets_.Head(name_bucket(text, length, bucket_bits_));
     // A chain read from a file may loop; no chain is longer than the index.
     for (int steps = 0; IsEntry(current) && steps < count_; ++steps) {
         int size = 0;
@@ -162,10 +161,10 @@ bool LocalizedIndex::Write(TaggedFile* file, int tag) {
         static_cast<size_t>(BUCKET_RECORD_SIZE * bucket_entries_));
     int record = 0;
     for (int b = 0; b < bucket_count_ && record < bucket_entries_; ++b) {
-        if (buckets_[b] == -1) continue;
+        if (buckets_.Head(b) == -1) continue;
         put_u16(bucket_records.data() + BUCKET_RECORD_SIZE * record, static_cast<uint32_t>(b));
         put_u32(bucket_records.data() + BUCKET_RECORD_SIZE * record + 2,
-                static_cast<uint32_t>(buckets_[b]));
+                static_cast<uint32_t>(buckets_.Head(b)));
         ++record;
     }
     std::vector<unsigned char> entry_records(static_cast<size_t>(ENTRY_RECORD_SIZE * count_));
@@ -236,23 +235,21 @@ bool LocalizedIndex::Read(TaggedFile* file, int tag) {
         Error(file->error());
         return false;
     }
-    int* buckets = new_links(static_cast<int>(bucket_count));
+    BucketArray buckets;
     for (int r = 0; r < bucket_entries; ++r) {
         const unsigned char* record = bucket_records.data() + BUCKET_RECORD_SIZE * r;
         int bucket = get_s16(record);
         if (bucket < 0 || static_cast<uint32_t>(bucket) >= bucket_count) {
-            delete[] buckets;
             Error(String("localized_index_bucket.index out of range"));
             return false;
         }
-        buckets[bucket] = get_s32(record + 2);
+        buckets.SetHead(bucket, get_s32(record + 2));
     }
 
     int count = static_cast<int>(index_count);
     std::vector<unsigned char> entry_records;
     if (file->Section_Read_Vector(&entry_records, ENTRY_RECORD_SIZE * count) !=
         ENTRY_RECORD_SIZE * count) {
-        delete[] buckets;
         Error(file->error());
         return false;
     }
@@ -265,15 +262,14 @@ bool LocalizedIndex::Read(TaggedFile* file, int tag) {
     }
     file->Section_Read_End();
 
-    delete[] buckets_;
     delete[] next_;
     delete[] entries_;
     buckets_ = buckets;
     bucket_bits_ = static_cast<int>(bucket_bits);
     bucket_count_ = static_cast<int>(bucket_count);
     bucket_entries_ = 0;
-    for (int b = 0; b < bucket_count_; ++b) {
-        if (buckets_[b] != -1) ++bucket_entries_;
+    for (int b = 0; b < buckets_.held(); ++b) {
+        if (buckets_.Head(b) != -1) ++bucket_entries_;
     }
     next_ = next;
     entries_ = entries;

@@ -3,6 +3,7 @@
 #ifndef TARN_COMPILED_LOCALIZEDINDEX_H
 #define TARN_COMPILED_LOCALIZEDINDEX_H
 
+#include "compiled/TableSupport.h"
 #include "foundation/String.h"
 
 class Dictionary;
@@ -53,7 +54,7 @@ class LocalizedIndex {
     bool IsEntry(int i) const { return i >= 0 && i < count_; }
 
     int language_;
-    int* buckets_;
+    BucketArray buckets_;
     int bucket_bits_;
     int bucket_count_;
     int bucket_entries_;

@@ -6,6 +6,7 @@
 
 #include <cassert>
 #include <cstring>
+#include <utility>
 
 #include "compiled/Dictionary.h"
 #include "compiled/TableSupport.h"
@@ -44,8 +45,7 @@ int* new_links(int count) {
 
 LocalizedLanguages::LocalizedLanguages(TarnApplication* application, Dictionary* dictionary,
                                        TaggedFile* file, int bucket_bits, int capacity)
-    : buckets_(nullptr),
-      bucket_bits_(bucket_bits),
+    : bucket_bits_(bucket_bits),
       bucket_count_(1 << (bucket_bits & 31)),
       bucket_entries_(0),
       next_(new_links(capacity)),
@@ -59,14 +59,13 @@ LocalizedLanguages::LocalizedLanguages(TarnApplication* application, Dictionary*
       current_count_(0),
       default_language_(-1),
       default_count_(0) {
-    buckets_ = new_links(bucket_count_);
+    buckets_.Reset(bucket_count_);
 }
 
 LocalizedLanguages::~LocalizedLanguages() {
     for (int i = 0; i < count_; ++i) delete languages_[i].index;
     delete[] languages_;
     delete[] next_;
-    delete[] buckets_;
 }
 
 int LocalizedLanguages::Entries() {
@@ -116,7 +115,7 @@ int LocalizedLanguages::Add_Entry(int code) {
 
     int bucket = name_bucket(text, length, bucket_bits_);
     int previous = -1;
-    int current = buckets_[bucket];
+    int current = buckets_.Head(bucket);
     if (current == -1) ++bucket_entries_;
     for (int steps = 0; IsLanguage(current) && current != added && steps < count_; ++steps) {
         int size = 0;
@@ -127,7 +126,7 @@ int LocalizedLanguages::Add_Entry(int code) {
     }
     next_[added] = IsLanguage(current) && current != added ? current : -1;
     if (previous == -1) {
-        buckets_[bucket] = added;
+        buckets_.SetHead(bucket, added);
     } else {
         next_[previous] = added;
     }
@@ -201,7 +200,7 @@ const _LI_Entry* LocalizedLanguages::Get_Entry(int code, int key) {
 }
 
 int LocalizedLanguages::Find(const char* code_text, int length) {
-    int current = buckets_[name_bucket(code_text, length, bucket_bits_)];
+    int current = buckets_.Head(name_bucket(code_text, length, bucket_bits_));
     // A chain read from a file may loop; no chain is longer than the table.
     for (int steps = 0; IsLanguage(current) && steps < count_; ++steps) {
         int size = 0;
@@ -252,10 +251,10 @@ bool LocalizedLanguages::Write(TaggedFile* file) {
         static_cast<size_t>(BUCKET_RECORD_SIZE * bucket_entries_));
     int record = 0;
     for (int b = 0; b < bucket_count_ && record < bucket_entries_; ++b) {
-        if (buckets_[b] == -1) continue;
+        if (buckets_.Head(b) == -1) continue;
         put_u16(bucket_records.data() + BUCKET_RECORD_SIZE * record, static_cast<uint32_t>(b));
         put_u32(bucket_records.data() + BUCKET_RECORD_SIZE * record + 2,
-                static_cast<uint32_t>(buckets_[b]));
+                static_cast<uint32_t>(buckets_.Head(b)));
         ++record;
     }
     std::vector<unsigned char> language_records(static_cast<size_t>(LANGUAGE_RECORD_SIZE * count_));
@@ -331,23 +330,21 @@ bool LocalizedLanguages::Read() {
         Error(file_->error());
         return false;
     }
-    int* buckets = new_links(static_cast<int>(bucket_count));
+    BucketArray buckets;
     for (int r = 0; r < bucket_entries; ++r) {
         const unsigned char* record = bucket_records.data() + BUCKET_RECORD_SIZE * r;
         int bucket = get_s16(record);
         if (bucket < 0 || static_cast<uint32_t>(bucket) >= bucket_count) {
-            delete[] buckets;
             Error(String("localized_language_bucket.index out of range"));
             return false;
         }
-        buckets[bucket] = get_s32(record + 2);
+        buckets.SetHead(bucket, get_s32(record + 2));
     }
 
     int count = static_cast<int>(index_count);
     std::vector<unsigned char> language_records;
     if (file_->Section_Read_Vector(&language_records, LANGUAGE_RECORD_SIZE * count) !=
         LANGUAGE_RECORD_SIZE * count) {
-        delete[] buckets;
         Error(file_->error());
         return false;
     }
@@ -363,13 +360,12 @@ bool LocalizedLanguages::Read() {
     for (int i = 0; i < count_; ++i) delete languages_[i].index;
     delete[] languages_;
     delete[] next_;
-    delete[] buckets_;
-    buckets_ = buckets;
+    buckets_ = std::move(buckets);
     bucket_bits_ = static_cast<int>(bucket_bits);
     bucket_count_ = static_cast<int>(bucket_count);
     bucket_entries_ = 0;
-    for (int b = 0; b < bucket_count_; ++b) {
-        if (buckets_[b] != -1) ++bucket_entries_;
+    for (int b = 0; b < buckets_.held(); ++b) {
+        if (buckets_.Head(b) != -1) ++bucket_entries_;
     }
     next_ = next;
     languages_ = languages;

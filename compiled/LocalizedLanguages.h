@@ -4,6 +4,7 @@
 #define TARN_COMPILED_LOCALIZEDLANGUAGES_H
 
 #include "compiled/LocalizedIndex.h"
+#include "compiled/TableSupport.h"
 #include "foundation/String.h"
 
 class Dictionary;
@@ -71,7 +72,7 @@ class LocalizedLanguages {
     // The index of language 'position', loaded from the file if need be; null on failure.
     LocalizedIndex* Load(int position);
 
-    int* buckets_;
+    BucketArray buckets_;
     int bucket_bits_;
     int bucket_count_;
     int bucket_entries_;

@@ -3,7 +3,9 @@
 #ifndef TARN_COMPILED_TABLESUPPORT_H
 #define TARN_COMPILED_TABLESUPPORT_H
 
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "foundation/Hash.h"
 
@@ -19,5 +21,31 @@ inline int name_order(const char* a, int a_length, const char* b, int b_length) 
     if (a_length != b_length) return a_length < b_length ? -1 : 1;
     return memcmpi(a, b, a_length);
 }
+
+// Heads of the hash chains of a table, -1 for an empty bucket. Only the buckets up to the highest
+// one that ever had a chain take memory; every bucket above is empty. A table read from a file
+// thus costs what its bucket records name, not what its header asks for: a header may ask for
+// 2^28 buckets, a gigabyte for a few bytes of file, while records can name only buckets below
+// 32768 (their numbers are 16 bits, read as signed).
+class BucketArray {
+  public:
+    // 'held' empty buckets kept in memory: the whole table, for one that is being built.
+    void Reset(int held) { heads_.assign(static_cast<size_t>(held), -1); }
+    int Head(int bucket) const {
+        return static_cast<size_t>(bucket) < heads_.size() ? heads_[static_cast<size_t>(bucket)]
+                                                           : -1;
+    }
+    // 'bucket' must be one of the table's buckets.
+    void SetHead(int bucket, int head) {
+        if (static_cast<size_t>(bucket) >= heads_.size()) {
+            heads_.resize(static_cast<size_t>(bucket) + 1, -1);
+        }
+        heads_[static_cast<size_t>(bucket)] = head;
+    }
+    int held() const { return static_cast<int>(heads_.size()); }
+
+  private:
+    std::vector<int> heads_;
+};
 
 #endif

@@ -6,6 +6,7 @@
 
 #include <cassert>
 #include <cstring>
+#include <utility>
 
 #include "compiled/Dictionary.h"
 #include "compiled/TableSupport.h"
@@ -48,8 +49,7 @@ int measured(const char* text, int length) {
 }  // namespace
 
 VariableHash::VariableHash(Dictionary* dictionary, int bucket_bits, int capacity, int count)
-    : buckets_(nullptr),
-      bucket_bits_(bucket_bits),
+    : bucket_bits_(bucket_bits),
       bucket_count_(1 << (bucket_bits & 31)),
       bucket_entries_(0),
       next_(nullptr),
@@ -58,14 +58,14 @@ VariableHash::VariableHash(Dictionary* dictionary, int bucket_bits, int capacity
       count_(count),
       dictionary_(dictionary) {
     assert(capacity >= 0 && count >= 0 && count <= capacity);
-    buckets_ = new_links(bucket_count_);
+    buckets_.Reset(bucket_count_);
     next_ = new_links(capacity_);
     entries_ = new_entries(capacity_);
 }
 
 VariableHash::VariableHash(TarnApplication* application, Dictionary* dictionary,
                            VariableHash& other, bool clone)
-    : buckets_(new int[other.bucket_count_]),
+    : buckets_(other.buckets_),
       bucket_bits_(other.bucket_bits_),
       bucket_count_(other.bucket_count_),
       bucket_entries_(other.bucket_entries_),
@@ -75,7 +75,6 @@ VariableHash::VariableHash(TarnApplication* application, Dictionary* dictionary,
       count_(other.count_),
       dictionary_(dictionary),
       error_(other.error_) {
-    std::memcpy(buckets_, other.buckets_, sizeof(int) * static_cast<size_t>(bucket_count_));
     std::memcpy(next_, other.next_, sizeof(int) * static_cast<size_t>(capacity_));
     for (int i = 0; i < capacity_; ++i) {
         entries_[i] = other.entries_[i];
@@ -86,7 +85,6 @@ VariableHash::VariableHash(TarnApplication* application, Dictionary* dictionary,
 }
 
 VariableHash::~VariableHash() {
-    delete[] buckets_;
     delete[] next_;
     delete[] entries_;
 }
@@ -124,7 +122,7 @@ int VariableHash::Insert(int name_index, const char* name, int length, Variable*
 
     int bucket = BucketOf(name, length);
     int previous = -1;
-    int current = buckets_[bucket];
+    int current = buckets_.Head(bucket);
     if (current == -1) ++bucket_entries_;
     for (int steps = 0; IsEntry(current) && current != added && steps < count_; ++steps) {
         int size = 0;
@@ -135,7 +133,7 @@ int VariableHash::Insert(int name_index, const char* name, int length, Variable*
     }
     next_[added] = IsEntry(current) && current != added ? current : -1;
     if (previous == -1) {
-        buckets_[bucket] = added;
+        buckets_.SetHead(bucket, added);
     } else {
         next_[previous] = added;
     }
@@ -152,7 +150,7 @@ int VariableHash::Seek(int name_index, const char* name, int length, _VH_Entry**
     } else {
         length = measured(name, length);
     }
-    int current = buckets_[BucketOf(name, length)];
+    int current = buckets_.Head(BucketOf(name, length));
     // A chain read from a file may loop; no chain is longer than the table.
     for (int steps = 0; IsEntry(current) && steps < count_; ++steps) {
         int size = 0;
@@ -352,10 +350,10 @@ int VariableHash::Write(TaggedFile* file) {
         static_cast<size_t>(BUCKET_RECORD_SIZE * bucket_entries_));
     int record = 0;
     for (int b = 0; b < bucket_count_ && record < bucket_entries_; ++b) {
-        if (buckets_[b] == -1) continue;
+        if (buckets_.Head(b) == -1) continue;
         put_u16(bucket_records.data() + BUCKET_RECORD_SIZE * record, static_cast<uint32_t>(b));
         put_u32(bucket_records.data() + BUCKET_RECORD_SIZE * record + 2,
-                static_cast<uint32_t>(buckets_[b]));
+                static_cast<uint32_t>(buckets_.Head(b)));
         ++record;
     }
     assert(record == bucket_entries_);
@@ -426,23 +424,21 @@ int VariableHash::Read(TaggedFile* file) {
         Error(file->error());
         return 0;
     }
-    int* buckets = new_links(static_cast<int>(bucket_count));
+    BucketArray buckets;
     for (int r = 0; r < bucket_entries; ++r) {
         const unsigned char* record = bucket_records.data() + BUCKET_RECORD_SIZE * r;
         int bucket = get_s16(record);
         if (bucket < 0 || static_cast<uint32_t>(bucket) >= bucket_count) {
-            delete[] buckets;
             Error(String("variable_hash_bucket.index out of range"));
             return 0;
         }
-        buckets[bucket] = get_s32(record + 2);
+        buckets.SetHead(bucket, get_s32(record + 2));
     }
 
     int count = static_cast<int>(variable_count);
     std::vector<unsigned char> variable_records;
     if (file->Section_Read_Vector(&variable_records, VARIABLE_RECORD_SIZE * count) !=
         VARIABLE_RECORD_SIZE * count) {
-        delete[] buckets;
         Error(file->error());
         return 0;
     }
@@ -453,17 +449,16 @@ int VariableHash::Read(TaggedFile* file) {
         next[i] = get_s32(variable_records.data() + VARIABLE_RECORD_SIZE * i + 4);
     }
 
-    delete[] buckets_;
     delete[] next_;
     delete[] entries_;
-    buckets_ = buckets;
+    buckets_ = std::move(buckets);
     bucket_bits_ = static_cast<int>(bucket_bits);
     bucket_count_ = static_cast<int>(bucket_count);
     // Recounted rather than taken from the header, so that a table read back and written again
     // has one record per non-empty bucket even when the file named a bucket twice.
     bucket_entries_ = 0;
-    for (int b = 0; b < bucket_count_; ++b) {
-        if (buckets_[b] != -1) ++bucket_entries_;
+    for (int b = 0; b < buckets_.held(); ++b) {
+        if (buckets_.Head(b) != -1) ++bucket_entries_;
     }
     next_ = next;
     entries_ = entries;

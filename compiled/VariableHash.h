@@ -3,6 +3,7 @@
 #ifndef TARN_COMPILED_VARIABLEHASH_H
 #define TARN_COMPILED_VARIABLEHASH_H
 
+#include "compiled/TableSupport.h"
 #include "foundation/String.h"
 
 class Dictionary;
@@ -90,7 +91,7 @@ class VariableHash {
     int BucketOf(const char* name, int length) const;
     void Grow();
 
-    int* buckets_;
+    BucketArray buckets_;
     int bucket_bits_;
     int bucket_count_;
     int bucket_entries_;
