@@ -144,16 +144,18 @@ inline bool load_refused_on_purpose(TaggedFile* file, const std::string& failure
 }
 
 // Loads a file the assembler wrote: true when every reader accepts it, or when the refusal is
-// one of the format's own.
-inline bool load_written_file(FileManager* files, const char* path, TarnApplication* application) {
+// one of the format's own. 'failure', when given, receives the refusal's message.
+inline bool load_written_file(FileManager* files, const char* path, TarnApplication* application,
+                              std::string* failure = nullptr) {
     TaggedFile file(files);
-    std::string failure;
+    std::string refusal;
     if (!file.Open(path, FILE_MODE_READ)) {
-        failure.assign(file.error().c_str(), file.error().length());
+        refusal.assign(file.error().c_str(), file.error().length());
     } else {
-        failure = load_compiled(&file, application, true);
+        refusal = load_compiled(&file, application, true);
     }
-    return failure.empty() || load_refused_on_purpose(&file, failure);
+    if (failure != nullptr) *failure = refusal;
+    return refusal.empty() || load_refused_on_purpose(&file, refusal);
 }
 
 #endif

@@ -1,9 +1,12 @@
-// Fuzz target: any bytes as a compiled file, through every reader on the loader's path (header
+// Fuzz target: any bytes as a compiled file. First every reader on the loader's path (header
 // and directory, "dict", "glbl", "syst", "func", "segs", "idnt", "locl" with each language's
-// index, "locd") and the lookups a loader makes on what was read. A reader that refuses the
-// bytes must say why; nothing may crash, hang or leak.
+// index, "locd") and the lookups a loader makes on what was read; then tndump over the same
+// bytes in each of its modes (readable dump, segment listing, source). A reader that refuses
+// the bytes must say why, tndump ends in status 0 without a report or 1 with exactly one, and
+// nothing may crash, hang or leak.
 #include <cstdint>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 #include "compiled/TaggedFile.h"
@@ -11,13 +14,24 @@
 #include "tests/support/MemoryApplication.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static MemoryAssemblerApplication* application =
-        new MemoryAssemblerApplication({"fuzz_reader"});
-    MemoryFileManager files;
-    files.Put("in.tnc", std::vector<unsigned char>(data, data + size));
-    TaggedFile file(&files);
-    const bool opened = file.Open("in.tnc", FILE_MODE_READ);
-    if (!opened && file.error().length() == 0) std::abort();
-    if (opened) (void)load_compiled(&file, application, false);
+    const std::vector<unsigned char> bytes(data, data + size);
+    {
+        MemoryAssemblerApplication application({"tnasm"});
+        application.files.Put("in.tnc", bytes);
+        TaggedFile file(&application.files);
+        const bool opened = file.Open("in.tnc", FILE_MODE_READ);
+        if (!opened && file.error().length() == 0) std::abort();
+        if (opened) (void)load_compiled(&file, &application, false);
+    }
+    for (const char* mode : {"", "--listing", "--source"}) {
+        std::vector<std::string> words = {"tndump"};
+        if (*mode != '\0') words.push_back(mode);
+        words.push_back("in.tnc");
+        MemoryDumpApplication dump(words);
+        dump.files.Put("in.tnc", bytes);
+        const int status = dump.Go();
+        const int reports = dump.capture->reports;
+        if (status == 0 ? reports != 0 : status != 1 || reports != 1) std::abort();
+    }
     return 0;
 }

@@ -1,5 +1,5 @@
-// The assembler application over in-memory files, with its output captured: whole runs of the
-// program for tests and fuzz targets, without touching the disk.
+// The assembler and dump applications over in-memory files, with their output captured: whole
+// runs of tnasm and tndump for tests and fuzz targets, without touching the disk.
 #ifndef TARN_TESTS_SUPPORT_MEMORYAPPLICATION_H
 #define TARN_TESTS_SUPPORT_MEMORYAPPLICATION_H
 
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "driver/AssemblerApplication.h"
+#include "driver/DumpApplication.h"
 #include "platform/Output.h"
 #include "tests/support/MemoryFile.h"
 
@@ -47,6 +48,24 @@ class MemoryAssemblerApplication : private CommandLineWords, public AssemblerApp
         : CommandLineWords(std::move(words)),
           AssemblerApplication(static_cast<int>(CommandLineWords::words.size()),
                                CommandLineWords::argv.data()),
+          capture(new CapturedOutput) {
+        delete SetOutput(capture);
+    }
+
+    FileManager* filemanager() override { return &files; }
+    const char* lasterror() override { return files.error().c_str(); }
+
+    MemoryFileManager files;
+    CapturedOutput* capture;  // owned by the application
+};
+
+class MemoryDumpApplication : private CommandLineWords, public DumpApplication {
+  public:
+    // 'words' is the whole command line, the program name first.
+    explicit MemoryDumpApplication(std::vector<std::string> words)
+        : CommandLineWords(std::move(words)),
+          DumpApplication(static_cast<int>(CommandLineWords::words.size()),
+                          CommandLineWords::argv.data()),
           capture(new CapturedOutput) {
         delete SetOutput(capture);
     }
