@@ -67,6 +67,10 @@ std::string DumpText::Hex(unsigned value, int digits) {
     return text;
 }
 
+std::string DumpText::Count(long long count, const char* one, const char* many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
 std::string DumpText::Version(int version) {
     unsigned word = static_cast<unsigned>(version);
     return std::to_string(word >> 16) + "." + std::to_string(word & 0xFFFF);

@@ -24,6 +24,9 @@ class DumpText {
     static std::string FixedDouble(double value);
     // "0x" and 'digits' upper-case hexadecimal digits of 'value'.
     static std::string Hex(unsigned value, int digits);
+    // 'count' and the noun, with an "s" unless the count is 1 ("1 entry", "2 entries" are
+    // given as 'one' and 'many').
+    static std::string Count(long long count, const char* one, const char* many);
     // The version word as major.minor.
     static std::string Version(int version);
     // A section tag for people: its four letters when they are printable, "LX n" for the

@@ -82,21 +82,23 @@ void DumpWriter::WriteListing(std::string* out) {
 void DumpWriter::WriteHeader(std::string* out) {
     TaggedFile& file = image_->file();
     std::string name(name_);
-    DumpText::Append(out, "File %s: %zu bytes\n",
-                     DumpText::Quote(name.data(), static_cast<int>(name.size())).c_str(),
-                     image_->bytes().size());
+    DumpText::Append(
+        out, "File %s: %s\n", DumpText::Quote(name.data(), static_cast<int>(name.size())).c_str(),
+        DumpText::Count(static_cast<long long>(image_->bytes().size()), "byte", "bytes").c_str());
     std::string identifier;
     for (int i = 0; i < TF_IDENTIFIER_SIZE; ++i)
         DumpText::Append(&identifier, "%02x", file.identifier()[i]);
-    DumpText::Append(
-        out, "Header\n  version     %s\n  identifier  %s\n  directory   %d entries at offset %d\n",
-        DumpText::Version(file.version()).c_str(), identifier.c_str(), file.directory_entries(),
-        file.directory_offset());
+    DumpText::Append(out,
+                     "Header\n  version     %s\n  identifier  %s\n  directory   %s at offset %d\n",
+                     DumpText::Version(file.version()).c_str(), identifier.c_str(),
+                     DumpText::Count(file.directory_entries(), "entry", "entries").c_str(),
+                     file.directory_offset());
 }
 
 void DumpWriter::WriteDirectory(std::string* out) {
     TaggedFile& file = image_->file();
-    DumpText::Append(out, "\nDirectory: %d sections\n", file.directory_entries());
+    DumpText::Append(out, "\nDirectory: %s\n",
+                     DumpText::Count(file.directory_entries(), "section", "sections").c_str());
     DumpText::Append(out, "  %-10s %10s %10s\n", "tag", "offset", "size");
     for (int i = 0; i < file.directory_entries(); ++i) {
         const TaggedFileEntry* entry = file.directory_entry(i);
@@ -109,10 +111,12 @@ void DumpWriter::WriteDictionary(std::string* out) {
     const Dictionary& dictionary = image_->dictionary();
     const DictionaryDataBlock* block = dictionary.block(0);
     int flags = dictionary.flags();
-    DumpText::Append(out, "\nDictionary: %d entries, %d data bytes, flags %s%s\n",
-                     dictionary.entries(), block != nullptr ? block->used() : 0,
-                     DumpText::Hex(static_cast<unsigned>(flags), 8).c_str(),
-                     (flags & DICTIONARY_FLAG_DISABLE_LOGGING) != 0 ? " (logging disabled)" : "");
+    DumpText::Append(
+        out, "\nDictionary: %s, %s, flags %s%s\n",
+        DumpText::Count(dictionary.entries(), "entry", "entries").c_str(),
+        DumpText::Count(block != nullptr ? block->used() : 0, "data byte", "data bytes").c_str(),
+        DumpText::Hex(static_cast<unsigned>(flags), 8).c_str(),
+        (flags & DICTIONARY_FLAG_DISABLE_LOGGING) != 0 ? " (logging disabled)" : "");
     DumpText::Append(out, "  %6s %8s %6s  %s\n", "entry", "offset", "size", "text");
     for (int i = 0; i < dictionary.entries(); ++i) {
         int size = 0;
@@ -168,7 +172,8 @@ void DumpWriter::WriteFunctions(std::string* out) {
 
 void DumpWriter::WriteCode(std::string* out) {
     const SegmentManager& segments = image_->segments();
-    DumpText::Append(out, "\nCode: %d segments, execution starts in segment %d\n", segments.count(),
+    DumpText::Append(out, "\nCode: %s, execution starts in segment %d\n",
+                     DumpText::Count(segments.count(), "segment", "segments").c_str(),
                      segments.start());
     for (int s = 0; s < segments.count(); ++s) WriteSegment(out, s);
 }
@@ -185,7 +190,8 @@ void DumpWriter::WriteSegment(std::string* out, int number) {
         : function != nullptr
             ? "function " + DumpText::Name(function->name().c_str(), function->name().length())
             : std::string("no function");
-    DumpText::Append(out, "Segment %d (%s): %d bytes\n", number, owner.c_str(), segment->length());
+    DumpText::Append(out, "Segment %d (%s): %s\n", number, owner.c_str(),
+                     DumpText::Count(segment->length(), "byte", "bytes").c_str());
     Disassembly code(*segment);
     for (int i = 0; i < code.Instructions(); ++i) {
         const DecodedInstruction& instruction = code.instruction(i);
@@ -238,7 +244,8 @@ void DumpWriter::WriteLanguages(std::string* out) {
             out->append(": no index, its code leads to another language\n");
             continue;
         }
-        DumpText::Append(out, ": %d entries from section %s\n", index->Entries(),
+        DumpText::Append(out, ": %s from section %s\n",
+                         DumpText::Count(index->Entries(), "entry", "entries").c_str(),
                          single ? "0" : DumpText::Tag(tag_language_index(l)).c_str());
         for (int e = 0; const _LI_Entry* entry = index->entry(e); ++e) {
             std::vector<LocalizedPiece> pieces;

@@ -7,6 +7,9 @@
 # bad-NAME.s   a source that fails; bad-NAME.stderr holds the exact standard error, the exit
 #              status must be 1 and no output file may be left behind.
 # NAME.args    optional: extra arguments placed before the source name (one line).
+# NAME.dump    what tndump prints for the compiled file (its standard output, then its standard
+#              error; status 0 exactly when there is no error), required beside every NAME.hex.
+# NAME.listing optional: what tndump --listing prints for it.
 #
 # Each case runs in a fresh directory of its own, so error lines read "NAME.s:LINE: ...".
 # TNASM_UPDATE_GOLDEN=1 rewrites the expected files from what tnasm produced (keeping the
@@ -20,6 +23,8 @@ if [ $# -ne 2 ]; then
 fi
 # Each case runs in a directory of its own, so the program is named by an absolute path.
 tnasm=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
+# tndump is built beside tnasm.
+tndump=$(dirname "$tnasm")/tndump
 golden=$2
 update=${TNASM_UPDATE_GOLDEN:-0}
 
@@ -112,6 +117,32 @@ rewrite_hex() {
     ' "$hex" > "$hex.new" && mv "$hex.new" "$hex"
 }
 
+# check_dump NAME KIND [OPTION]: runs tndump over the case's compiled file and compares what it
+# prints with NAME.KIND; the listing is optional, the dump is not.
+check_dump() {
+    local name=$1 kind=$2 option=$3
+    local expected="$golden/$name.$kind"
+    if [ ! -f "$expected" ] && { [ "$kind" != dump ] || [ "$update" != 1 ]; }; then
+        [ "$kind" = dump ] && { fail "$name" "no $name.dump"; return 1; }
+        return 0
+    fi
+    (cd "$dir" && "$tndump" $option output.tnc > "$kind.out" 2> "$kind.err")
+    local status=$?
+    cat "$dir/$kind.out" "$dir/$kind.err" > "$dir/$kind"
+    local want=0
+    [ -s "$dir/$kind.err" ] && want=1
+    if [ "$status" -ne "$want" ]; then
+        fail "$name" "tndump $option: exit status $status"
+        return 1
+    fi
+    if [ "$update" = 1 ]; then cp "$dir/$kind" "$expected"; fi
+    if ! diff -u --label expected --label actual "$expected" "$dir/$kind"; then
+        fail "$name" "$name.$kind differs"
+        return 1
+    fi
+    return 0
+}
+
 cases=0
 failed=0
 fail() {
@@ -183,6 +214,9 @@ for source in "$golden"/*.s; do
             first=$(diff "$dir/expected.bytes" "$dir/actual.bytes" | head -1 | sed 's/[acd,].*//')
             fail "$name" "compiled bytes differ (first at byte offset 0x$(printf '%x' $((first - 1))))"
             diff -u --label expected --label actual "$dir/expected.rows" "$dir/actual.rows"
+            continue
+        fi
+        if ! check_dump "$name" dump "" || ! check_dump "$name" listing --listing; then
             continue
         fi
         ;;
