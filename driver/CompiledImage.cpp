@@ -56,6 +56,15 @@ bool CompiledImage::Load(const char* path) {
     if (!systems_.Read(&file_, TAG_SYST)) return Fail(systems_.error());
     if (!functions_.Read(&file_)) return Fail(functions_.error());
     if (!segments_.Read(&file_)) return Fail(segments_.error());
+    // The first function with a body in a segment owns it; segment 0 is the top level's.
+    segment_functions_.assign(static_cast<size_t>(segments_.count()), nullptr);
+    for (int f = functions_.Functions() - 1; f >= 0; --f) {
+        Function* function = functions_.Function_Index(f);
+        int segment = function->segment();
+        if ((function->flags() & FUNCTION_EXTERNAL) == 0 && segment > 0 &&
+            segment < segments_.count())
+            segment_functions_[static_cast<size_t>(segment)] = function;
+    }
 
     IdentList idents;
     if (!idents.Read(&file_)) return Fail(idents.error());
@@ -74,13 +83,8 @@ LocalizedIndex* CompiledImage::language_index(int i) const {
 }
 
 Function* CompiledImage::segment_function(int segment) {
-    if (segment <= 0) return nullptr;
-    for (int f = 0; f < functions_.Functions(); ++f) {
-        Function* function = functions_.Function_Index(f);
-        if ((function->flags() & FUNCTION_EXTERNAL) == 0 && function->segment() == segment)
-            return function;
-    }
-    return nullptr;
+    if (segment <= 0 || segment >= static_cast<int>(segment_functions_.size())) return nullptr;
+    return segment_functions_[static_cast<size_t>(segment)];
 }
 
 bool CompiledImage::Fail(const String& message) {

@@ -71,6 +71,7 @@ class CompiledImage {
     std::vector<std::string> idents_;
     LocalizedLanguages languages_;
     std::vector<LocalizedIndex*> language_indexes_;  // owned by 'languages_'
+    std::vector<Function*> segment_functions_;       // by segment; owned by 'functions_'
     LocalizedDictionary localized_;
 };
 
