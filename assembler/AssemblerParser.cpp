@@ -2,8 +2,11 @@
 // references and the writing of the compiled file.
 #include "assembler/AssemblerParser.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 
+#include "compiled/FormatLimits.h"
 #include "compiled/FunctionManager.h"
 #include "compiled/Function.h"
 #include "compiled/Segment.h"
@@ -277,8 +280,8 @@ int AssemblerParser::ProcessEndFunction() {
     if ((current_function_->flags() & FUNCTION_EXTERNAL) != 0) {
         external_declaration_open_ = false;
     } else {
-        current_context_->InsertOperator(OPCODE_RETN);
-        result = current_context_->Resolve();
+        result = current_context_->InsertOperator(OPCODE_RETN);
+        if (result == 0) result = current_context_->Resolve();
         // The function's context stays in the context list until the parser goes.
         current_context_ = saved_context_;
         saved_context_ = nullptr;
@@ -394,15 +397,23 @@ int AssemblerParser::Resolve() {
 // A section that fails to write has kept its reason in its own error text; nothing more is
 // reported here.
 int AssemblerParser::Write(const char* path, const unsigned char* identifier) {
+    // Compressed first, for the dictionary's size; nothing of it shows outside until written.
+    dictionary_.Compress();
+    // A file the loader would refuse, or whose 32-bit counts and offsets would wrap, is not
+    // begun at all.
+    const char* too_large = format_limit_exceeded(Counts());
     TaggedFile file(application_->filemanager());
-    if (!file.Create(path, identifier, file_version_)) {
+    if (too_large != nullptr || !file.Create(path, identifier, file_version_)) {
         String message("Unable to create '");
         message.cat(path);
         message.cat("': ");
-        message.cat(file.error().c_str(), file.error().length());
+        if (too_large != nullptr) {
+            message.cat(too_large);
+        } else {
+            message.cat(file.error().c_str(), file.error().length());
+        }
         return ArgumentError(message);
     }
-    dictionary_.Compress();
     bool written = dictionary_.Write(&file) && global_hash_->Write(&file, TAG_GLBL) != 0 &&
                    system_hash_->Write(&file, TAG_SYST) != 0 && function_manager_->Write(&file) &&
                    segment_manager_->Write(&file) && ident_list_.Write(&file) &&
@@ -415,6 +426,62 @@ int AssemblerParser::Write(const char* path, const unsigned char* identifier) {
 }
 
 // ---- helpers ----
+
+// The counts of the file Write is about to write, and its size at most: bucket records are
+// counted as if every variable, language or key had a bucket of its own.
+FormatCounts AssemblerParser::Counts() {
+    // Every table body: 7 header bytes, 6 per bucket record and 8 per variable.
+    auto table_bytes = [](VariableHash* table) {
+        return 7 + 6 * static_cast<int64_t>(table->bucket_entries()) +
+               8 * static_cast<int64_t>(table->Entries());
+    };
+    FormatCounts counts;
+    counts.dictionary_entries = dictionary_.entries();
+    for (int b = 0; b < dictionary_.blocks(); ++b) {
+        counts.dictionary_bytes += dictionary_.block(b)->used();
+    }
+    counts.globals = global_hash_->Entries();
+    counts.systems = system_hash_->Entries();
+    counts.functions = function_manager_->Functions();
+    int64_t function_bytes =
+        7 + 6 * static_cast<int64_t>(function_manager_->bucket_entries()) + 4 * counts.functions;
+    for (int f = 0; f < function_manager_->Functions(); ++f) {
+        Function* function = function_manager_->Function_Index(f);
+        const int64_t parameters = function->parameters().Entries();
+        counts.most_parameters = std::max(counts.most_parameters, parameters);
+        counts.most_locals =
+            std::max(counts.most_locals, static_cast<int64_t>(function->variables()->Entries()));
+        function_bytes += 20 + 12 * parameters + table_bytes(function->variables());
+    }
+    counts.segments = segment_manager_->count();
+    int64_t segment_bytes = 8 + 8 * counts.segments;
+    for (int i = 0; i < segment_manager_->count(); ++i) {
+        const Segment* segment = segment_manager_->segment(i);
+        if (segment != nullptr) segment_bytes += segment->length();
+    }
+    counts.languages = localized_languages_.Entries();
+    // Up to version 1.7 only the first language's index is written, with tag 0.
+    counts.index_per_language = file_version_ > LAST_SINGLE_INDEX_VERSION;
+    int64_t index_bytes = 0;
+    int indexes = 0;
+    for (int i = 0; i < localized_languages_.Entries(); ++i) {
+        LocalizedIndex* index = localized_languages_.language(i)->index;
+        const int64_t entries = index != nullptr ? index->Entries() : 0;
+        counts.most_index_entries = std::max(counts.most_index_entries, entries);
+        if (counts.index_per_language || i == 0) {
+            index_bytes += 11 + 18 * entries;
+            ++indexes;
+        }
+    }
+    counts.pieces = localized_dictionary_.Entries();
+    const int sections = 8 + indexes;
+    counts.file_bytes = TF_HEADER_SIZE + 12 + 8 * counts.dictionary_entries +
+                        counts.dictionary_bytes + table_bytes(global_hash_) +
+                        table_bytes(system_hash_) + function_bytes + segment_bytes +
+                        ident_list_.length() + 7 + 14 * counts.languages + index_bytes + 4 +
+                        12 * counts.pieces + TF_DIRECTORY_ENTRY_SIZE * sections;
+    return counts;
+}
 
 ResolvablePlaceHolder* AssemblerParser::FindName(PlaceHolderTree& tree, const char* name,
                                                  int length) {

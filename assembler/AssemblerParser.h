@@ -9,6 +9,7 @@
 #include "assembler/RBTree.h"
 #include "assembler/ResolvablePlaceHolder.h"
 #include "compiled/Dictionary.h"
+#include "compiled/FormatLimits.h"
 #include "compiled/IdentList.h"
 #include "compiled/LocalizedDictionary.h"
 #include "compiled/LocalizedLanguages.h"
@@ -67,6 +68,10 @@ class AssemblerParser : public Parser {
     // Writes the compiled file to 'path'; 'identifier' is the 16-byte block of the container
     // header.
     int Write(const char* path, const unsigned char* identifier);
+
+    // The counts of the compiled file as it stands, and its size at most, for the format's
+    // limits (the dictionary as compressed by Write).
+    FormatCounts Counts();
 
     // ---- read access for callers that inspect the assembled state ----
     int file_version() const { return file_version_; }

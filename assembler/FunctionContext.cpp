@@ -52,20 +52,25 @@ FunctionContext::~FunctionContext() {
 // ---- emission ----
 
 int FunctionContext::InsertOperator(int opcode) {
-    segment_->Write_Word(position_, static_cast<unsigned int>(opcode) & 0xFFFF);
-    position_ += 2;
-    return 0;
+    return Emitted(segment_->Write_Word(position_, static_cast<unsigned int>(opcode) & 0xFFFF));
 }
 
 int FunctionContext::StoreImmediate(int value) {
-    segment_->Write_Dword(position_, static_cast<unsigned int>(value));
-    position_ += 4;
-    return 0;
+    return Emitted(segment_->Write_Dword(position_, static_cast<unsigned int>(value)));
 }
 
 int FunctionContext::StoreImmediate(double value) {
-    segment_->Write_Double(position_, value);
-    position_ += 8;
+    return Emitted(segment_->Write_Double(position_, value));
+}
+
+// A segment's positions are 32-bit: code that would pass what a segment can hold ends the run
+// here, instead of being dropped or wrapping the position.
+int FunctionContext::Emitted(int next_position) {
+    if (next_position < 0) {
+        return parser_->AssembleError(AE_SEGMENT_TOO_LARGE,
+                                      String("Code segment too large: more than 2 GiB of code"));
+    }
+    position_ = next_position;
     return 0;
 }
 

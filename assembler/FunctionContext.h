@@ -55,6 +55,9 @@ class FunctionContext {
     int position() const { return position_; }
 
   private:
+    // Takes the position a segment write returned; reports a segment that is full.
+    int Emitted(int next_position);
+
     AssemblerParser* parser_;
     Dictionary* dictionary_;
     Function* function_;

@@ -3,6 +3,8 @@
 // handed out.
 #include "compiled/TaggedFile.h"
 
+#include <cerrno>
+#include <climits>
 #include <cstring>
 
 #include "foundation/ByteOrder.h"
@@ -113,6 +115,11 @@ void TaggedFile::Section_Start(int tag) {
 
 int TaggedFile::Section_Write(const void* bytes, int count) {
     if (!Need_File()) return -1;
+    // Offsets and sizes in the directory are signed 32-bit: no section may reach past them.
+    if (count > 0 && position_ + count > INT_MAX) {
+        Error(String(std::strerror(EFBIG)));
+        return -1;
+    }
     int written = file_->Write(bytes, count);
     if (written < 0) {
         Error(file_->error());

@@ -43,6 +43,8 @@ enum ErrorCode {
     AE_DUPLICATE_VARIABLE_IDENTIFIER = 331,
     AE_UNRESOLVED_LOCAL = 332,
     AE_UNDEFINED_LABEL = 333,
+    // Code that would pass the 2 GiB a segment's 32-bit positions can address.
+    AE_SEGMENT_TOO_LARGE = 334,
 };
 
 #endif
