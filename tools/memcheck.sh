@@ -16,7 +16,7 @@ trap 'rm -rf "$WORK"' EXIT
 
 # A checker's own finding exits with this status; the programs themselves only use 0 and 1.
 FOUND=99
-if grep -q "AddressSanitizer" "$TNASM"; then
+if grep -q "__asan_init" "$TNASM"; then
   CHECKER="LeakSanitizer"
   export ASAN_OPTIONS="detect_leaks=1:exitcode=$FOUND:abort_on_error=0"
   export UBSAN_OPTIONS="halt_on_error=1:exitcode=$FOUND:print_stacktrace=1"
