@@ -129,3 +129,44 @@ TEST(FailureInjection, EachStageReportsWhatFailed) {
         EXPECT_EQ(row.err, run.err);
     }
 }
+
+TEST(FailureInjection, TndumpReportsEachFailingReadOnceAndPrintsNothingPartial) {
+    const Outcome compiled = assemble(MemoryFaults());
+    ASSERT_EQ(0, compiled.status);
+    for (const char* mode : {"", "--listing", "--source"}) {
+        auto dump = [&compiled, mode](MemoryFaults faults, std::string* out, int* reports) {
+            std::vector<std::string> words = {"tndump"};
+            if (*mode != '\0') words.push_back(mode);
+            words.push_back("in.tnc");
+            MemoryDumpApplication application(words);
+            application.files.Put("in.tnc", compiled.output);
+            application.files.faults = faults;
+            const int status = application.Go();
+            *out = application.capture->out;
+            *reports = application.capture->reports;
+            return status;
+        };
+        std::string clean;
+        int reports = 0;
+        ASSERT_EQ(0, dump(MemoryFaults(), &clean, &reports)) << mode;
+        int failures = 0;
+        for (int k = 1;; ++k) {
+            ASSERT_LT(k, 10000) << mode << ": no run succeeded";
+            MemoryFaults faults;
+            faults.fail_any_at = k;
+            std::string out;
+            const int status = dump(faults, &out, &reports);
+            const std::string where = std::string(mode) + " " + std::to_string(k);
+            if (status == 0) {
+                EXPECT_EQ(0, reports) << where;
+                EXPECT_EQ(clean, out) << where;
+                break;
+            }
+            ++failures;
+            EXPECT_EQ(1, status) << where;
+            EXPECT_EQ(1, reports) << where;
+            EXPECT_EQ("", out) << where;
+        }
+        EXPECT_GE(failures, 3) << mode;
+    }
+}
