@@ -105,10 +105,11 @@ TEST_F(FileEdgesTest, InputThatIsNoReadableFileIsRefusedAtOnce) {
     }
 }
 
-TEST_F(FileEdgesTest, SourceOf2GiBOrMoreIsRefusedNotCut) {
+TEST_F(FileEdgesTest, SourceTooLongForA32BitViewIsRefusedNotCut) {
     // Sparse files: no disk space is used and the program never reads them. 4 GiB and 10 bytes
-    // would be a source of 10 bytes to a wrapped 32-bit count.
-    const long long sizes[] = {2147483648LL, 2147483649LL, 4294967306LL};
+    // would be a source of 10 bytes to a wrapped 32-bit count; 2^31 - 1 bytes leave no room
+    // for the zero byte behind the view.
+    const long long sizes[] = {2147483647LL, 2147483648LL, 2147483649LL, 4294967306LL};
     for (long long size : sizes) {
         const std::string name = "big-" + std::to_string(size) + ".s";
         MakeFile(name, "pushi 1\n");
