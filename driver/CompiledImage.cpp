@@ -1,6 +1,10 @@
 // A compiled file read the way the runtime's loader reads it.
 #include "driver/CompiledImage.h"
 
+#include <cerrno>
+#include <climits>
+#include <cstring>
+
 #include "compiled/IdentList.h"
 #include "platform/FileManager.h"
 
@@ -38,11 +42,18 @@ bool CompiledImage::Load(const char* path) {
         message.cat(files_->error().c_str(), files_->error().length());
         return Fail(message);
     }
-    if (!ReadBytes(opened)) {
+    // The container's offsets are 32-bit, so no compiled file is larger; reading one whole would
+    // cost its size in memory before the header is even looked at.
+    const bool too_large = opened->Length() > INT_MAX;
+    if (too_large || !ReadBytes(opened)) {
         String message("Unable to read '");
         message.cat(path);
         message.cat("': ");
-        message.cat(opened->error().c_str(), opened->error().length());
+        if (too_large) {
+            message.cat(std::strerror(EFBIG));
+        } else {
+            message.cat(opened->error().c_str(), opened->error().length());
+        }
         delete opened;
         return Fail(message);
     }

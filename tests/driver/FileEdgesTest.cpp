@@ -17,6 +17,7 @@
 #include "compiled/Dictionary.h"
 #include "compiled/TaggedFile.h"
 #include "driver/UNIXAssemblerApplication.h"
+#include "driver/UNIXDumpApplication.h"
 #include "platform/UNIXFileManager.h"
 #include "tests/support/MemoryApplication.h"
 
@@ -119,6 +120,21 @@ TEST_F(FileEdgesTest, SourceTooLongForA32BitViewIsRefusedNotCut) {
         EXPECT_EQ("tnasm: Unable to open '" + PathOf(name) + "': File too large\n", run.err);
         EXPECT_NE(0, access(PathOf("out.tnc").c_str(), F_OK)) << size;
     }
+}
+
+TEST_F(FileEdgesTest, TndumpRefusesAFileTooLongForA32BitContainerBeforeReadingIt) {
+    // Read whole, 4 GiB of zeros would cost 4 GiB of memory just to be found corrupt.
+    MakeFile("huge.tnc", "Tarn");
+    ASSERT_EQ(truncate(PathOf("huge.tnc").c_str(), 4294967306LL), 0);
+    CommandLineWords line({"tndump", PathOf("huge.tnc")});
+    UNIXDumpApplication application(static_cast<int>(line.words.size()), line.argv.data());
+    CapturedOutput* capture = new CapturedOutput;
+    delete application.SetOutput(capture);
+    alarm(HANG_SECONDS);
+    EXPECT_EQ(1, application.Go());
+    alarm(0);
+    EXPECT_EQ("tndump: Unable to read '" + PathOf("huge.tnc") + "': File too large\n",
+              capture->err);
 }
 
 TEST_F(FileEdgesTest, OutputThatCannotBeCreatedIsReportedAsSuch) {
