@@ -200,8 +200,8 @@ TokenType Parser::GetNextToken(const char** text, int& length, String* value) {
         }
         ++position_;
         if (c == 0) {
-            // A zero byte ends the input for good, as the end of the source does.
-            position_ = source_length_;
+            // A zero byte reads as the end of input, but only the byte itself is consumed:
+            // a grammar state that goes on after the end of input reads on behind it.
             type = TOKEN_END_OF_INPUT;
             break;
         }
@@ -576,10 +576,11 @@ bool Parser::Step(GrammarState& grammar, TokenType type) {
                 return result != 0;
             }
             // The end of input keeps the previous token's text, which is checked once more as
-            // a qualifier; if that passes, the end closes the line as a newline would.
+            // a qualifier; if that passes at the end of the source, the end closes the line as
+            // a newline would. After a zero byte inside the source the qualifiers go on.
             result = FunctionFlags(&grammar.function_flags, text, length());
             if (result != 0) return true;
-            if (type == TOKEN_END_OF_INPUT) {
+            if (type == TOKEN_END_OF_INPUT && position_ >= source_length_) {
                 result = ProcessFunction(saved_name_, saved_name_length_, grammar.function_flags);
                 return true;
             }

@@ -65,6 +65,11 @@ TEST(Parser, CallsOneOperationPerStatementPiece) {
          "localized 'z'\nlangentry 'x' 'y' 40\nlocalized 'c'\nlangentry 'a' 'y' 41\n"},
         {".localized \"en\" \"\" \"\"", "localized ''\nlangentry 'en' '' 40\n"},
         {"pop\0 , , ,"s, "opcode 0x000B 0\n"},
+        // A zero byte is read as the end of input and the reading goes on behind it: only
+        // .version takes that end as its token and carries on, and a .function line closes
+        // at the end of input only at the end of the source.
+        {".version\0pop"s, "version '\0pop'\nopcode 0x000B 0\n"s},
+        {".function f \"\"\0private\n"s, "function 'f' 0x20\n"},
     };
     for (const auto& c : cases) {
         const Outcome run = assemble(c.source);

@@ -103,9 +103,6 @@ class ReferenceTokenizer {
         ++pos_;
         switch (c) {
             case '\0':
-                // The tokenizer's own choice: a zero byte ends the source for good, as its end
-                // does, so nothing behind it is ever read.
-                pos_ = s_.size();
                 return TOKEN_END_OF_INPUT;
             case '"':
                 return QuotedString(length);
@@ -191,7 +188,7 @@ class ReferenceTokenizer {
     std::string value_;
 };
 
-// The tokenizer's tokens up to the first end of input (a zero byte ends the source there).
+// The tokenizer's tokens up to the first end of input (the end of the source or a zero byte).
 std::vector<Token> tokenize(const std::string& source) {
     ParserRecorder parser(source);
     std::vector<Token> tokens;
