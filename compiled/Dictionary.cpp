@@ -6,6 +6,7 @@
 #include <cstring>
 #include <unordered_map>
 
+#include "compiled/DictionaryPacker.h"
 #include "foundation/ByteOrder.h"
 
 namespace {
@@ -19,13 +20,32 @@ constexpr uint32_t DICTIONARY_ENTRIES_MAX = 0x07FFFFFF;
 // Most data blocks (of TF_DATA_BLOCK_SIZE bytes) a data area may span.
 constexpr uint32_t DICTIONARY_BLOCKS_MAX = 0x3FFFF;
 
-// Block capacity for a text of 'length' bytes: whole granules, at least one byte more than
-// the text.
-int block_capacity_for(int length) {
-    return (length / TF_DATA_BLOCK_SIZE) * TF_DATA_BLOCK_SIZE + TF_DATA_BLOCK_SIZE;
+// Bits of the window filter of Entry_Add: about eight per window a full granule holds.
+constexpr int WINDOW_FILTER_BITS = 17;
+
+uint64_t window_hash(uint64_t window) {
+    window *= 0x9E3779B97F4A7C15ull;
+    return window >> (64 - WINDOW_FILTER_BITS);
+}
+
+// Native-order loads: they only feed the filter's hash, never the file.
+uint64_t window4(const char* p) {
+    uint32_t v;
+    std::memcpy(&v, p, 4);
+    return v | (uint64_t{1} << 40);
+}
+
+uint64_t window8(const char* p) {
+    uint64_t v;
+    std::memcpy(&v, p, 8);
+    return v;
 }
 
 }  // namespace
+
+int dictionary_block_capacity(int length) {
+    return (length / TF_DATA_BLOCK_SIZE) * TF_DATA_BLOCK_SIZE + TF_DATA_BLOCK_SIZE;
+}
 
 int dictionary_search(const char* bytes, int used, const char* text, int n) {
     if (used < n) return -1;
@@ -78,6 +98,14 @@ int DictionaryDataBlock::Add(const char* text, int length) {
     return offset;
 }
 
+int DictionaryDataBlock::Append(const char* text, int length) {
+    if (length < 0 || length > capacity_ - used_) return -1;
+    if (length > 0) std::memcpy(data_ + used_, text, static_cast<size_t>(length));
+    int offset = used_;
+    used_ += length;
+    return offset;
+}
+
 void DictionaryDataBlock::Grow(int capacity) {
     if (capacity <= capacity_) return;
     char* grown = new char[capacity];
@@ -89,14 +117,23 @@ void DictionaryDataBlock::Grow(int capacity) {
 
 // ---- Dictionary ----
 
-Dictionary::Dictionary() : entry_capacity_(0), current_(nullptr), flags_(0) {}
+Dictionary::Dictionary()
+    : entry_capacity_(0),
+      current_(nullptr),
+      flags_(0),
+      windows_block_(nullptr),
+      windows_used_(0),
+      compressed_(false) {}
 
 Dictionary::Dictionary(const Dictionary& other)
     : error_(other.error_),
       entries_(other.entries_),
       entry_capacity_(other.entry_capacity_),
       current_(nullptr),
-      flags_(other.flags_) {
+      flags_(other.flags_),
+      windows_block_(nullptr),
+      windows_used_(0),
+      compressed_(other.compressed_) {
     std::unordered_map<const DictionaryDataBlock*, DictionaryDataBlock*> copy_of;
     for (const DictionaryDataBlock* block : other.blocks_) {
         DictionaryDataBlock* copy = new DictionaryDataBlock(*block);
@@ -115,6 +152,8 @@ void Dictionary::Free_Blocks() {
     for (DictionaryDataBlock* block : blocks_) delete block;
     blocks_.clear();
     current_ = nullptr;
+    // A new block may get the address of a freed one.
+    windows_block_ = nullptr;
 }
 
 const String& Dictionary::error() {
@@ -135,15 +174,16 @@ int Dictionary::Entry_Add(const char* text, int length) {
     // A block for the text must stay within 31 bits.
     if (length < 0 || length > INT_MAX - TF_DATA_BLOCK_SIZE) return -1;
     if (length > 0 && text == nullptr) return -1;
-    if (entries() == entry_capacity_) {
-        entry_capacity_ += DICTIONARY_ENTRY_STEP;
-        entries_.reserve(static_cast<size_t>(entry_capacity_));
-    }
+    // The table is said to grow by DICTIONARY_ENTRY_STEP entries; the vector underneath grows
+    // geometrically, so that adding stays linear in the number of entries.
+    if (entries() == entry_capacity_) entry_capacity_ += DICTIONARY_ENTRY_STEP;
     int index = entries();
+    compressed_ = false;
     entries_.push_back(Entry_Slot{nullptr, -1, length});
     Entry_Slot& entry = entries_.back();
     if (current_ != nullptr) {
-        int offset = current_->Add(text, length);
+        int offset = Surely_Absent(text, length) ? current_->Append(text, length)
+                                                 : current_->Add(text, length);
         if (offset != -1) {
             entry.block = current_;
             entry.offset = offset;
@@ -152,12 +192,51 @@ int Dictionary::Entry_Add(const char* text, int length) {
     }
     // No block yet, or the current one is full: a new block that surely holds the text. The
     // earlier block keeps its unused tail.
-    DictionaryDataBlock* block = new DictionaryDataBlock(block_capacity_for(length));
+    DictionaryDataBlock* block = new DictionaryDataBlock(dictionary_block_capacity(length));
     current_ = block;
     entry.offset = block->Add(text, length);
     entry.block = block;
     blocks_.push_back(block);
     return index;
+}
+
+// Brings the window filter up to the current block's bytes; true when the text has a window that
+// the block lacks. Texts below 4 bytes always get the search.
+bool Dictionary::Surely_Absent(const char* text, int length) {
+    if (length < 4 || length > current_->used()) return false;
+    if (windows_block_ != current_) {
+        windows_.assign(size_t{1} << (WINDOW_FILTER_BITS - 6), 0);
+        windows_block_ = current_;
+        windows_used_ = 0;
+    }
+    if (windows_used_ < current_->used()) Note_Windows(windows_used_);
+    auto present = [this](uint64_t window) {
+        uint64_t bit = window_hash(window);
+        return (windows_[bit >> 6] >> (bit & 63) & 1) != 0;
+    };
+    if (length < 8) {
+        for (int k = 0; k + 4 <= length; k++) {
+            if (!present(window4(text + k))) return true;
+        }
+        return false;
+    }
+    for (int k = 0; k + 8 <= length; k++) {
+        if (!present(window8(text + k))) return true;
+    }
+    return false;
+}
+
+// Enters the windows that end past byte 'from' of the current block.
+void Dictionary::Note_Windows(int from) {
+    const char* bytes = current_->data();
+    int used = current_->used();
+    auto note = [this](uint64_t window) {
+        uint64_t bit = window_hash(window);
+        windows_[bit >> 6] |= uint64_t{1} << (bit & 63);
+    };
+    for (int k = from < 3 ? 0 : from - 3; k + 4 <= used; k++) note(window4(bytes + k));
+    for (int k = from < 7 ? 0 : from - 7; k + 8 <= used; k++) note(window8(bytes + k));
+    windows_used_ = used;
 }
 
 const char* Dictionary::Entry(int index, int* size) const {
@@ -175,8 +254,37 @@ int Dictionary::Entry_Offset(int index) const {
     return entries_[static_cast<size_t>(index)].offset;
 }
 
+// The layout of repacking depends on nothing but the texts in index order: the pool of the
+// straightforward Compress_Reference, found in one scan (DictionaryPacker).
 void Dictionary::Compress() {
-    Compress_Reference();
+    int total = 0;
+    for (const DictionaryDataBlock* block : blocks_) total += block->used();
+    if (compressed_ && blocks_.size() == 1) {
+        // The same texts again give the same pool, in a block of exactly its size.
+        DictionaryDataBlock* packed = new DictionaryDataBlock(total);
+        packed->Append(blocks_[0]->data(), total);
+        for (Entry_Slot& entry : entries_) entry.block = packed;
+        Free_Blocks();
+        blocks_.push_back(packed);
+        current_ = packed;
+        return;
+    }
+    std::vector<DictionaryPacker::Text> texts(entries_.size());
+    for (size_t i = 0; i < entries_.size(); i++) {
+        texts[i] = DictionaryPacker::Text{entries_[i].block->data() + entries_[i].offset,
+                                          entries_[i].size};
+    }
+    DictionaryDataBlock* packed = new DictionaryDataBlock(total);
+    std::vector<int> offsets(entries_.size());
+    DictionaryPacker().Pack(texts.data(), entries(), packed, offsets.data());
+    for (size_t i = 0; i < entries_.size(); i++) {
+        entries_[i].block = packed;
+        entries_[i].offset = offsets[i];
+    }
+    Free_Blocks();
+    blocks_.push_back(packed);
+    current_ = packed;
+    compressed_ = true;
 }
 
 // One block of exactly the summed used counts, filled in index order. That size is enough
@@ -193,7 +301,7 @@ void Dictionary::Compress_Reference() {
         const char* text = entry.block->data() + entry.offset;
         int offset = packed->Add(text, entry.size);
         if (offset == -1) {
-            packed->Grow(block_capacity_for(packed->used() + entry.size));
+            packed->Grow(dictionary_block_capacity(packed->used() + entry.size));
             offset = packed->Add(text, entry.size);
         }
         entry.block = packed;
@@ -202,6 +310,7 @@ void Dictionary::Compress_Reference() {
     Free_Blocks();
     blocks_.push_back(packed);
     current_ = packed;
+    compressed_ = true;
 }
 
 // Section "dict":
@@ -319,6 +428,7 @@ bool Dictionary::Read(TaggedFile* file) {
     blocks_.push_back(block);
     entries_.swap(entries);
     entry_capacity_ = static_cast<int>(entry_count);
+    compressed_ = false;
     flags_ = flags;
     return true;
 }

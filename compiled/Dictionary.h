@@ -20,6 +20,10 @@ constexpr int DICTIONARY_FLAG_DISABLE_LOGGING = 0x1;
 // the bytes of the section, so it is the reference any faster search must agree with.
 int dictionary_search(const char* bytes, int used, const char* text, int n);
 
+// Capacity of a block that holds 'length' bytes: whole granules of TF_DATA_BLOCK_SIZE, at least
+// one byte more than 'length'.
+int dictionary_block_capacity(int length);
+
 // One block of pool bytes.
 class DictionaryDataBlock {
   public:
@@ -31,6 +35,9 @@ class DictionaryDataBlock {
     // Offset of the text's bytes within the block: where they already occur, else where they
     // were appended; -1 when they had to be appended and do not fit.
     int Add(const char* text, int length);
+    // Appends the text's bytes without looking for them: their offset, or -1 when they do not
+    // fit.
+    int Append(const char* text, int length);
     // Makes room for 'capacity' bytes in all; never shrinks.
     void Grow(int capacity);
 
@@ -98,6 +105,8 @@ class Dictionary {
     };
 
     void Free_Blocks();
+    bool Surely_Absent(const char* text, int length);
+    void Note_Windows(int from);
 
     String error_;
     std::vector<Entry_Slot> entries_;
@@ -107,6 +116,15 @@ class Dictionary {
     // The block new texts go into; one of 'blocks_', or null.
     DictionaryDataBlock* current_;
     int flags_;
+    // Which windows of 4 and 8 bytes occur in the current block, as hashed bits: a text with a
+    // window that is not there cannot occur in the block, and is appended without a search.
+    // It describes the first 'windows_used_' bytes of 'windows_block_'.
+    std::vector<uint64_t> windows_;
+    const DictionaryDataBlock* windows_block_;
+    int windows_used_;
+    // Nothing was added since the last Compress: repacking again would give the same bytes and
+    // offsets, so it only settles the block to its used size.
+    bool compressed_;
 };
 
 #endif

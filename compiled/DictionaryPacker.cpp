@@ -1,0 +1,659 @@
+// Linear-time repacking of the string dictionary.
+//
+// Adding texts in turn to one block puts each text at the leftmost occurrence of its bytes in
+// the block built so far, or appends it. Searching the block for every text is quadratic in the
+// pool. Here the question is turned around: every distinct text waits for its first occurrence,
+// and the block is scanned once, byte by byte, as it grows; a text whose first occurrence has
+// been seen by its turn goes there, any other is appended (and then seen in its own bytes, or in
+// earlier bytes that it completes, as in "a", "aa", "aa" at 0, 1, 0).
+//
+// To find the waiting texts that end at a position without trying them all, each text has a
+// key: a short exact text for texts below 8 bytes, else a window of 8 or 16 of its bytes, picked
+// where its bytes are rare in the whole pool. The scan computes the key of each window class
+// ending at each position, tests a bitmap, and only on a hit looks up the texts with that key;
+// their full bytes are compared by a rolling hash of the block and then by memcmp, so a hash
+// never decides anything. All of this is cheap per byte unless the input is made to defeat it
+// (a tiny alphabet, periodic texts): the work is counted, and past a bound proportional to the
+// pool the rest is placed with a suffix automaton that records each state's first end.
+#include "compiled/DictionaryPacker.h"
+
+#include <cstring>
+#include <vector>
+
+#include "compiled/Dictionary.h"
+
+namespace {
+
+// Odd multiplier of the rolling hash over the block and over the texts.
+constexpr uint64_t HASH_BASE = 0x9E3779B97F4A7C15ull;
+// Prefix hashes kept for the scan; longer texts are compared by memcmp alone.
+constexpr int RING_SIZE = 4096;
+// A wide key lies at most this many bytes before its text's end, so that the comparison it
+// calls for waits in a ring of QUEUE_SIZE slots, one per end position.
+constexpr int MAX_DEFER = 48;
+constexpr int QUEUE_SIZE = 64;
+// Key classes: 1..7 a whole text of that length, then the 8- and 16-byte windows.
+constexpr int CLASS_WIDE8 = 8;
+constexpr int CLASS_WIDE16 = 9;
+constexpr int CLASS_COUNT = 10;
+// Counters of how often each 8-byte window occurs in a sample of the texts.
+constexpr int WINDOW_COUNT_BITS = 18;
+// Sampled windows at most: enough for the rare ones to stand out, cheap for huge pools.
+constexpr int64_t WINDOW_SAMPLE = 4 << 20;
+// Bitmap bits per key group (at least), and the fast path's work per pool byte.
+constexpr int FILTER_BITS_PER_GROUP = 16;
+// How far ahead of the scan the wide keys are computed, within a history of HISTORY_SIZE
+// positions (which also holds the fold 8 bytes back for the 16-byte key).
+constexpr int PREFETCH_DISTANCE = 16;
+constexpr int PREPARE_DISTANCE = 8;
+constexpr int HISTORY_SIZE = 32;
+constexpr int PREFETCH_TEXTS = 8;
+constexpr int64_t WORK_PER_BYTE = 16;
+
+uint64_t mix(uint64_t x) {
+    x ^= x >> 31;
+    x *= 0xD6E8FEB86659FD93ull;
+    x ^= x >> 32;
+    return x;
+}
+
+// Up to 8 bytes folded into one word, the last byte lowest: the scan keeps the same word for
+// the bytes before each position by shifting one byte in.
+uint64_t fold(const char* p, int n) {
+    uint64_t v = 0;
+    for (int k = 0; k < n; k++) v = v << 8 | static_cast<unsigned char>(p[k]);
+    return v;
+}
+
+// The low 'n' bytes of a folded word: the last 'n' bytes folded.
+uint64_t low_bytes(uint64_t folded, int n) {
+    return n >= 8 ? folded : folded & ((uint64_t{1} << (8 * n)) - 1);
+}
+
+// The key of a 16-byte window from the folds of its halves.
+uint64_t wide_key(uint64_t first, uint64_t second) {
+    return mix(first) ^ second;
+}
+
+uint64_t group_hash(int key_class, uint64_t key) {
+    return mix(key ^ (static_cast<uint64_t>(key_class) * 0xA0761D6478BD642Full));
+}
+
+// Appends without searching, growing the block to whole granules when the text does not fit,
+// as the repacking block of the dictionary grows.
+int append_growing(DictionaryDataBlock* block, const char* text, int length) {
+    int offset = block->Append(text, length);
+    if (offset == -1) {
+        block->Grow(dictionary_block_capacity(block->used() + length));
+        offset = block->Append(text, length);
+    }
+    return offset;
+}
+
+size_t table_size_for(size_t entries) {
+    size_t size = 16;
+    while (size < entries * 2) size <<= 1;
+    return size;
+}
+
+// ---- the exact fallback: a suffix automaton over the block ----
+
+// Each state keeps the end of the first occurrence of its strings, so the leftmost occurrence
+// of a text is the state its bytes lead to, less its length. Transitions are kept per state in
+// a list: the automaton only serves inputs that defeat the fast path, where it bounds the time.
+class SuffixAutomaton {
+  public:
+    SuffixAutomaton() { New_State(0, -1, 0); }
+
+    void Extend(unsigned char c) {
+        int current = New_State(length_[last_] + 1, -1, length_[last_] + 1);
+        int p = last_;
+        while (p >= 0 && Edge(p, c) < 0) {
+            Add_Edge(p, c, current);
+            p = link_[p];
+        }
+        if (p < 0) {
+            link_[current] = 0;
+        } else {
+            int q = target_[Edge(p, c)];
+            if (length_[p] + 1 == length_[q]) {
+                link_[current] = q;
+            } else {
+                int clone = New_State(length_[p] + 1, link_[q], first_end_[q]);
+                for (int e = head_[q]; e >= 0; e = next_[e]) Add_Edge(clone, byte_[e], target_[e]);
+                for (int e; p >= 0 && (e = Edge(p, c)) >= 0 && target_[e] == q; p = link_[p]) {
+                    target_[e] = clone;
+                }
+                link_[q] = clone;
+                link_[current] = clone;
+            }
+        }
+        last_ = current;
+    }
+
+    // Leftmost offset of the text in everything extended so far, or -1.
+    int Find(const char* text, int length) const {
+        int state = 0;
+        for (int k = 0; k < length; k++) {
+            int e = Edge(state, static_cast<unsigned char>(text[k]));
+            if (e < 0) return -1;
+            state = target_[e];
+        }
+        return first_end_[state] - length;
+    }
+
+  private:
+    int New_State(int length, int link, int first_end) {
+        length_.push_back(length);
+        link_.push_back(link);
+        first_end_.push_back(first_end);
+        head_.push_back(-1);
+        return static_cast<int>(length_.size()) - 1;
+    }
+
+    int Edge(int state, unsigned char c) const {
+        for (int e = head_[state]; e >= 0; e = next_[e]) {
+            if (byte_[e] == c) return e;
+        }
+        return -1;
+    }
+
+    void Add_Edge(int state, unsigned char c, int target) {
+        byte_.push_back(c);
+        target_.push_back(target);
+        next_.push_back(head_[state]);
+        head_[state] = static_cast<int>(byte_.size()) - 1;
+    }
+
+    std::vector<int> length_, link_, first_end_, head_;
+    std::vector<int> next_, target_;
+    std::vector<unsigned char> byte_;
+    int last_ = 0;
+};
+
+// ---- the fast path ----
+
+// A distinct text waiting for its first occurrence, filed under its key.
+struct Member {
+    uint64_t hash;  // rolling hash of all its bytes
+    const char* bytes;
+    int length;
+    int defer;  // bytes from the end of its key to its own end
+    int id;
+    int group;  // slot of its group in the group table
+};
+
+// A slot of the group table: the texts that share one key. Class 0 marks a free slot.
+struct Group {
+    uint64_t key;
+    int key_class;
+    int begin;   // first member in 'members_'
+    int active;  // members still waiting, at the front of the group
+};
+
+// A comparison that waits for the scan to reach its text's end.
+struct Deferred {
+    Member member;
+    int next;
+};
+
+class Scanner {
+  public:
+    Scanner(const DictionaryPacker::Text* texts, int count, DictionaryDataBlock* block,
+            int64_t work_limit, DictionaryPacker::Counters* counters);
+
+    // Offset of texts[i] under the layout rule; appends it (and scans its bytes) when it is
+    // not in the block yet. False once the work limit has been passed; the text is placed all
+    // the same, but nothing after it may be asked of the scanner.
+    bool Place(int i, int* offset);
+
+  private:
+    void Count_Windows(int64_t total);
+    void Choose_Key(const char* text, int length, int* key_class, uint64_t* key, int* defer);
+    void Build();
+    size_t Slot_Of(int key_class, uint64_t key) const;
+    void Build_Filter(int key_class);
+    void Lead(int end);
+    void Prepare(int end);
+    void Scan(int from);
+    // The scan's test of one key: cheap, and almost always false.
+    bool Maybe(int key_class, uint64_t hash) const {
+        uint64_t word = filter_[key_class][hash & filter_mask_[key_class]];
+        uint64_t bits = (uint64_t{1} << (hash >> 52 & 63)) | (uint64_t{1} << (hash >> 58));
+        return (word & bits) == bits;
+    }
+    void Probe(int key_class, uint64_t key, int end);
+    bool Check(const Member& member, int end);
+    void Found(int id, int end);
+
+    const DictionaryPacker::Text* texts_;
+    int count_;
+    DictionaryDataBlock* block_;
+    int64_t work_limit_;
+    DictionaryPacker::Counters* counters_;
+    bool over_limit_ = false;
+
+    std::vector<uint16_t> window_counts_;
+    std::vector<int> text_id_;    // distinct id of each text, -1 for the empty text
+    std::vector<int> first_end_;  // per id: end of its first occurrence, -1 while waiting
+    std::vector<int> member_at_;  // per id: its place in 'members_'
+    std::vector<Member> members_;
+    std::vector<Group> groups_;  // open addressing by key
+    size_t group_mask_ = 0;
+    // Per key class: the slots of its groups, how many still have waiting members, and a
+    // bitmap of their keys, two bits of one word per key, rebuilt when half of them are done.
+    std::vector<int> class_groups_[CLASS_COUNT];
+    int live_groups_[CLASS_COUNT] = {};
+    int filtered_groups_[CLASS_COUNT] = {};
+    std::vector<uint64_t> filter_[CLASS_COUNT];
+    size_t filter_mask_[CLASS_COUNT] = {};
+    unsigned short_classes_ = 0;  // bit c set while texts of exact length c wait
+
+    // Ahead of the scan: the last 8 bytes folded, and per recent position that fold, the wide
+    // key and its hash.
+    int lead_end_ = 0;
+    uint64_t lead_window_ = 0;
+    uint64_t lead_history_[HISTORY_SIZE] = {};
+    uint64_t window_at_[HISTORY_SIZE] = {};
+    uint64_t wide_at_[HISTORY_SIZE] = {};
+    uint64_t wide_hash_at_[HISTORY_SIZE] = {};
+    uint64_t window_hash_at_[HISTORY_SIZE] = {};
+
+    uint64_t prefix_hash_ = 0;
+    std::vector<uint64_t> ring_;
+    std::vector<uint64_t> power_;  // HASH_BASE to the power of each length below RING_SIZE
+    // Deferred comparisons: one list per end position modulo QUEUE_SIZE.
+    std::vector<int> queue_head_;
+    std::vector<Deferred> deferred_;
+    int deferred_free_ = -1;
+};
+
+Scanner::Scanner(const DictionaryPacker::Text* texts, int count, DictionaryDataBlock* block,
+                 int64_t work_limit, DictionaryPacker::Counters* counters)
+    : texts_(texts),
+      count_(count),
+      block_(block),
+      work_limit_(work_limit),
+      counters_(counters),
+      ring_(RING_SIZE, 0),
+      power_(RING_SIZE, 1),
+      queue_head_(QUEUE_SIZE, -1) {
+    for (size_t n = 1; n < power_.size(); n++) power_[n] = power_[n - 1] * HASH_BASE;
+    Build();
+}
+
+// How often each 8-byte window occurs in a sample of the texts (counters shared by hash).
+void Scanner::Count_Windows(int64_t total) {
+    window_counts_.assign(size_t{1} << WINDOW_COUNT_BITS, 0);
+    int step = static_cast<int>(total / WINDOW_SAMPLE) + 1;
+    for (int i = 0; i < count_; i += step) {
+        const char* text = texts_[i].bytes;
+        uint64_t window = 0;
+        for (int k = 0; k < texts_[i].length; k++) {
+            window = window << 8 | static_cast<unsigned char>(text[k]);
+            if (k < 7) continue;
+            uint16_t& c = window_counts_[mix(window) >> (64 - WINDOW_COUNT_BITS)];
+            if (c != UINT16_MAX) c++;
+        }
+    }
+}
+
+// The key of a text: the text itself below 8 bytes; else the 8- or 16-byte window, among those
+// ending at most MAX_DEFER bytes before the end, whose 8-byte parts are rarest in the sample
+// (on a tie the one nearest the end).
+void Scanner::Choose_Key(const char* text, int length, int* key_class, uint64_t* key, int* defer) {
+    if (length < CLASS_WIDE8) {
+        *key_class = length;
+        *key = fold(text, length);
+        *defer = 0;
+        return;
+    }
+    int width = length < 16 ? 8 : 16;
+    // Folds of the windows that may be picked, region[k] starting at byte first + k.
+    int first = length - width - MAX_DEFER > 0 ? length - width - MAX_DEFER : 0;
+    uint64_t region[MAX_DEFER + 10];
+    uint64_t window = fold(text + first, 7);
+    for (int k = first + 7; k < length; k++) {
+        window = window << 8 | static_cast<unsigned char>(text[k]);
+        region[k - 7 - first] = window;
+    }
+    auto count_of = [this](uint64_t folded) {
+        return window_counts_[mix(folded) >> (64 - WINDOW_COUNT_BITS)];
+    };
+    int best = length - width;
+    unsigned best_cost = ~0u;
+    for (int start = length - width; start >= first; start--) {
+        unsigned cost = count_of(region[start - first]);
+        if (width == 16) cost += count_of(region[start - first + 8]);
+        if (cost < best_cost) {
+            best_cost = cost;
+            best = start;
+        }
+    }
+    uint64_t head = region[best - first];
+    *key_class = width == 8 ? CLASS_WIDE8 : CLASS_WIDE16;
+    *key = width == 8 ? head : wide_key(head, region[best - first + 8]);
+    *defer = length - best - width;
+}
+
+// The slot of the group with this key, or the free slot where it would go.
+size_t Scanner::Slot_Of(int key_class, uint64_t key) const {
+    size_t slot = (group_hash(key_class, key) >> 24) & group_mask_;
+    for (;; slot = (slot + 1) & group_mask_) {
+        const Group& group = groups_[slot];
+        if (group.key_class == 0 || (group.key == key && group.key_class == key_class)) {
+            return slot;
+        }
+    }
+}
+
+void Scanner::Build() {
+    int64_t total = 0;
+    for (int i = 0; i < count_; i++) total += texts_[i].length;
+    if (work_limit_ < 0) work_limit_ = WORK_PER_BYTE * (total + count_) + (int64_t{1} << 20);
+    Count_Windows(total);
+
+    // Distinct texts by hash and bytes, each with an id in order of first appearance. The
+    // tables are probed a few texts ahead of their use (PREFETCH_TEXTS), as they are far larger
+    // than the caches.
+    std::vector<uint64_t> hashes(static_cast<size_t>(count_));
+    for (int i = 0; i < count_; i++) {
+        uint64_t hash = 0;
+        for (int k = 0; k < texts_[i].length; k++) {
+            hash = hash * HASH_BASE + static_cast<unsigned char>(texts_[i].bytes[k]);
+        }
+        hashes[static_cast<size_t>(i)] = hash;
+    }
+    size_t id_mask = table_size_for(static_cast<size_t>(count_)) - 1;
+    auto id_slot_of = [&](int i) {
+        return mix(hashes[static_cast<size_t>(i)] + static_cast<uint64_t>(texts_[i].length)) &
+               id_mask;
+    };
+    std::vector<int> id_slots(id_mask + 1, -1);
+    std::vector<Member> distinct;
+    text_id_.assign(static_cast<size_t>(count_), -1);
+    for (int i = 0; i < count_; i++) {
+        if (i + PREFETCH_TEXTS < count_)
+            __builtin_prefetch(&id_slots[id_slot_of(i + PREFETCH_TEXTS)]);
+        const char* text = texts_[i].bytes;
+        int length = texts_[i].length;
+        if (length == 0) continue;
+        uint64_t hash = hashes[static_cast<size_t>(i)];
+        size_t slot = id_slot_of(i);
+        int id = -1;
+        for (; id_slots[slot] >= 0; slot = (slot + 1) & id_mask) {
+            const Member& seen = distinct[static_cast<size_t>(id_slots[slot])];
+            if (seen.hash == hash && seen.length == length &&
+                std::memcmp(seen.bytes, text, static_cast<size_t>(length)) == 0) {
+                id = seen.id;
+                break;
+            }
+        }
+        if (id < 0) {
+            id = static_cast<int>(distinct.size());
+            id_slots[slot] = id;
+            distinct.push_back(Member{hash, text, length, 0, id, 0});
+        }
+        text_id_[static_cast<size_t>(i)] = id;
+    }
+    id_slots = std::vector<int>();
+    hashes = std::vector<uint64_t>();
+
+    // Each distinct text's key, then its group.
+    size_t ids = distinct.size();
+    std::vector<uint64_t> keys(ids);
+    std::vector<int> key_classes(ids);
+    for (Member& member : distinct) {
+        Choose_Key(member.bytes, member.length, &key_classes[static_cast<size_t>(member.id)],
+                   &keys[static_cast<size_t>(member.id)], &member.defer);
+    }
+    group_mask_ = table_size_for(ids) - 1;
+    groups_.assign(group_mask_ + 1, Group{0, 0, 0, 0});
+    for (size_t id = 0; id < ids; id++) {
+        if (id + PREFETCH_TEXTS < ids) {
+            size_t ahead = id + PREFETCH_TEXTS;
+            __builtin_prefetch(
+                &groups_[(group_hash(key_classes[ahead], keys[ahead]) >> 24) & group_mask_]);
+        }
+        size_t group = Slot_Of(key_classes[id], keys[id]);
+        if (groups_[group].key_class == 0) {
+            groups_[group] = Group{keys[id], key_classes[id], 0, 0};
+            class_groups_[key_classes[id]].push_back(static_cast<int>(group));
+        }
+        groups_[group].active++;
+        distinct[id].group = static_cast<int>(group);
+    }
+
+    int begin = 0;
+    for (int c = 1; c < CLASS_COUNT; c++) {
+        for (int slot : class_groups_[c]) {
+            Group& group = groups_[static_cast<size_t>(slot)];
+            group.begin = begin;
+            begin += group.active;
+            group.active = 0;
+        }
+    }
+    members_.resize(distinct.size());
+    member_at_.resize(distinct.size());
+    for (const Member& member : distinct) {
+        Group& group = groups_[static_cast<size_t>(member.group)];
+        int at = group.begin + group.active++;
+        members_[static_cast<size_t>(at)] = member;
+        member_at_[static_cast<size_t>(member.id)] = at;
+    }
+    first_end_.assign(distinct.size(), -1);
+    for (int c = 1; c < CLASS_COUNT; c++) {
+        live_groups_[c] = static_cast<int>(class_groups_[c].size());
+        if (c < CLASS_WIDE8 && live_groups_[c] > 0) short_classes_ |= 1u << c;
+        Build_Filter(c);
+    }
+}
+
+// Sets the class's bitmap to the keys of its groups that still have waiting members.
+void Scanner::Build_Filter(int key_class) {
+    std::vector<int>& slots = class_groups_[key_class];
+    size_t kept = 0;
+    for (int slot : slots) {
+        if (groups_[static_cast<size_t>(slot)].active > 0) slots[kept++] = slot;
+    }
+    slots.resize(kept);
+    size_t words = 8;
+    while (words * 64 < kept * FILTER_BITS_PER_GROUP) words <<= 1;
+    filter_[key_class].assign(words, 0);
+    filter_mask_[key_class] = words - 1;
+    for (int slot : slots) {
+        const Group& group = groups_[static_cast<size_t>(slot)];
+        uint64_t hash = group_hash(key_class, group.key);
+        filter_[key_class][hash & (words - 1)] |=
+            (uint64_t{1} << (hash >> 52 & 63)) | (uint64_t{1} << (hash >> 58));
+    }
+    filtered_groups_[key_class] = static_cast<int>(kept);
+}
+
+// Computes the keys of the wide classes ending at 'end' ahead of the scan, and asks for their
+// bitmap words, so that the scan does not wait for memory at each byte.
+void Scanner::Lead(int end) {
+    lead_window_ = lead_window_ << 8 | static_cast<unsigned char>(block_->data()[end - 1]);
+    lead_history_[end & (HISTORY_SIZE - 1)] = lead_window_;
+    size_t at = static_cast<size_t>(end & (HISTORY_SIZE - 1));
+    window_at_[at] = lead_window_;
+    if (end >= 16 && live_groups_[CLASS_WIDE16] > 0) {
+        uint64_t key = wide_key(lead_history_[(end - 8) & (HISTORY_SIZE - 1)], lead_window_);
+        wide_at_[at] = key;
+        wide_hash_at_[at] = group_hash(CLASS_WIDE16, key);
+        __builtin_prefetch(&filter_[CLASS_WIDE16][wide_hash_at_[at] & filter_mask_[CLASS_WIDE16]]);
+    }
+    if (end >= 8 && live_groups_[CLASS_WIDE8] > 0) {
+        window_hash_at_[at] = group_hash(CLASS_WIDE8, lead_window_);
+        __builtin_prefetch(&filter_[CLASS_WIDE8][window_hash_at_[at] & filter_mask_[CLASS_WIDE8]]);
+    }
+}
+
+// Halfway between the lead and the scan: where a wide key passes its bitmap, asks for its group.
+void Scanner::Prepare(int end) {
+    size_t at = static_cast<size_t>(end & (HISTORY_SIZE - 1));
+    if (end >= 16 && live_groups_[CLASS_WIDE16] > 0 && Maybe(CLASS_WIDE16, wide_hash_at_[at])) {
+        __builtin_prefetch(&groups_[(wide_hash_at_[at] >> 24) & group_mask_]);
+    }
+    if (end >= 8 && live_groups_[CLASS_WIDE8] > 0 && Maybe(CLASS_WIDE8, window_hash_at_[at])) {
+        __builtin_prefetch(&groups_[(window_hash_at_[at] >> 24) & group_mask_]);
+    }
+}
+
+// Scans the block's bytes from 'from' to its used count, finding the waiting texts that end
+// at each position.
+void Scanner::Scan(int from) {
+    const char* bytes = block_->data();
+    int used = block_->used();
+    for (int end = from + 1; end <= used; end++) {
+        int lead_to = end + PREFETCH_DISTANCE < used ? end + PREFETCH_DISTANCE : used;
+        while (lead_end_ < lead_to) Lead(++lead_end_);
+        if (end + PREPARE_DISTANCE <= lead_end_) Prepare(end + PREPARE_DISTANCE);
+        prefix_hash_ = prefix_hash_ * HASH_BASE + static_cast<unsigned char>(bytes[end - 1]);
+        ring_[static_cast<size_t>(end & (RING_SIZE - 1))] = prefix_hash_;
+        int& head = queue_head_[static_cast<size_t>(end & (QUEUE_SIZE - 1))];
+        while (head >= 0) {
+            Deferred& node = deferred_[static_cast<size_t>(head)];
+            int next = node.next;
+            node.next = deferred_free_;
+            deferred_free_ = head;
+            head = next;
+            // 'node' stays valid: nothing is deferred while the queue is drained.
+            Check(node.member, end);
+        }
+        size_t at = static_cast<size_t>(end & (HISTORY_SIZE - 1));
+        uint64_t window = window_at_[at];
+        if (end >= 16 && live_groups_[CLASS_WIDE16] > 0 && Maybe(CLASS_WIDE16, wide_hash_at_[at])) {
+            Probe(CLASS_WIDE16, wide_at_[at], end);
+        }
+        if (end >= 8 && live_groups_[CLASS_WIDE8] > 0) {
+            if (Maybe(CLASS_WIDE8, group_hash(CLASS_WIDE8, window)))
+                Probe(CLASS_WIDE8, window, end);
+        }
+        for (unsigned classes = short_classes_; classes != 0; classes &= classes - 1) {
+            int length = __builtin_ctz(classes);
+            if (end < length) continue;
+            uint64_t key = low_bytes(window, length);
+            if (Maybe(length, group_hash(length, key))) Probe(length, key, end);
+        }
+        if (counters_->work > work_limit_) {
+            over_limit_ = true;
+            return;
+        }
+    }
+}
+
+void Scanner::Probe(int key_class, uint64_t key, int end) {
+    Group& group = groups_[Slot_Of(key_class, key)];
+    if (group.key_class == 0) return;
+    counters_->key_hits++;
+    counters_->work++;
+    for (int at = group.begin; at < group.begin + group.active;) {
+        const Member& member = members_[static_cast<size_t>(at)];
+        counters_->work++;
+        if (member.defer == 0) {
+            // Found: the group's last waiting member took this place.
+            if (Check(member, end)) continue;
+        } else {
+            int node = deferred_free_;
+            if (node >= 0) {
+                deferred_free_ = deferred_[static_cast<size_t>(node)].next;
+            } else {
+                node = static_cast<int>(deferred_.size());
+                deferred_.push_back(Deferred{member, -1});
+            }
+            int& head = queue_head_[static_cast<size_t>((end + member.defer) & (QUEUE_SIZE - 1))];
+            deferred_[static_cast<size_t>(node)] = Deferred{member, head};
+            head = node;
+        }
+        at++;
+    }
+}
+
+// Does the waiting text end at 'end'? True when it did and has been taken out of its group.
+bool Scanner::Check(const Member& member, int end) {
+    if (end < member.length) return false;
+    if (member.length < RING_SIZE) {
+        uint64_t before = ring_[static_cast<size_t>((end - member.length) & (RING_SIZE - 1))];
+        if (prefix_hash_ - before * power_[static_cast<size_t>(member.length)] != member.hash) {
+            return false;
+        }
+    }
+    // A deferred comparison may find the text done already.
+    if (first_end_[static_cast<size_t>(member.id)] >= 0) return false;
+    counters_->member_checks++;
+    counters_->work += member.length / 16 + 1;
+    if (std::memcmp(block_->data() + end - member.length, member.bytes,
+                    static_cast<size_t>(member.length)) != 0) {
+        return false;
+    }
+    Found(member.id, end);
+    return true;
+}
+
+// Records the first occurrence and takes the text out of its group: the group's last waiting
+// member moves into its place. When half of a class's groups are done, its bitmap is rebuilt
+// without them, so that their keys stop costing lookups.
+void Scanner::Found(int id, int end) {
+    first_end_[static_cast<size_t>(id)] = end;
+    int at = member_at_[static_cast<size_t>(id)];
+    Group& group = groups_[static_cast<size_t>(members_[static_cast<size_t>(at)].group)];
+    int last = group.begin + group.active - 1;
+    std::swap(members_[static_cast<size_t>(at)], members_[static_cast<size_t>(last)]);
+    member_at_[static_cast<size_t>(members_[static_cast<size_t>(at)].id)] = at;
+    member_at_[static_cast<size_t>(id)] = last;
+    if (--group.active > 0) return;
+    int key_class = group.key_class;
+    if (--live_groups_[key_class] == 0 && key_class < CLASS_WIDE8) {
+        short_classes_ &= ~(1u << key_class);
+    }
+    if (live_groups_[key_class] * 2 < filtered_groups_[key_class]) Build_Filter(key_class);
+}
+
+bool Scanner::Place(int i, int* offset) {
+    int length = texts_[i].length;
+    if (length == 0) {
+        *offset = 0;
+        return true;
+    }
+    int first_end = first_end_[static_cast<size_t>(text_id_[static_cast<size_t>(i)])];
+    if (first_end >= 0) {
+        *offset = first_end - length;
+        return true;
+    }
+    int from = block_->used();
+    *offset = append_growing(block_, texts_[i].bytes, length);
+    Scan(from);
+    return !over_limit_;
+}
+
+}  // namespace
+
+void DictionaryPacker::Pack(const Text* texts, int count, DictionaryDataBlock* block,
+                            int* offsets) {
+    counters_ = Counters();
+    int i = 0;
+    if (work_limit_ != 0) {
+        Scanner scanner(texts, count, block, work_limit_, &counters_);
+        while (i < count) {
+            bool within = scanner.Place(i, &offsets[i]);
+            i++;
+            if (!within) break;
+        }
+    }
+    if (i == count) return;
+    counters_.fell_back = true;
+    SuffixAutomaton automaton;
+    for (int k = 0; k < block->used(); k++)
+        automaton.Extend(static_cast<unsigned char>(block->data()[k]));
+    for (; i < count; i++) {
+        int length = texts[i].length;
+        int offset = length == 0 ? 0 : automaton.Find(texts[i].bytes, length);
+        if (offset < 0) {
+            offset = append_growing(block, texts[i].bytes, length);
+            for (int k = 0; k < length; k++)
+                automaton.Extend(static_cast<unsigned char>(texts[i].bytes[k]));
+        }
+        offsets[i] = offset;
+    }
+}

@@ -1,0 +1,46 @@
+// Repacking of the string dictionary in time linear in the pool: the layout that adding every
+// text in turn to one block with DictionaryDataBlock::Add gives, byte for byte, without
+// searching the whole block for each text.
+#ifndef TARN_COMPILED_DICTIONARYPACKER_H
+#define TARN_COMPILED_DICTIONARYPACKER_H
+
+#include <cstdint>
+
+class DictionaryDataBlock;
+
+class DictionaryPacker {
+  public:
+    // One text to place: its bytes (not terminated; they must not lie in the block being
+    // filled) and their count.
+    struct Text {
+        const char* bytes;
+        int length;
+    };
+
+    // What one run did, for the benchmarks.
+    struct Counters {
+        int64_t key_hits = 0;       // places where the key of a waiting text occurred
+        int64_t member_checks = 0;  // waiting texts compared at such a place
+        int64_t work = 0;           // all of that, in the units 'work_limit' counts
+        bool fell_back = false;     // the suffix automaton placed the rest
+    };
+
+    // 'work_limit' bounds the work of the fast path; past it the remaining texts are placed with
+    // a suffix automaton, whose time is linear in any input. -1 sets the bound in proportion to
+    // the pool, 0 uses the automaton from the start (the tests drive both paths).
+    explicit DictionaryPacker(int64_t work_limit = -1) : work_limit_(work_limit) {}
+
+    // Places texts[0 .. count) in order into 'block', which must be empty: each text goes to the
+    // leftmost place where its bytes already occur in the block (the empty text to offset 0),
+    // else it is appended, the block growing to whole granules when the text does not fit.
+    // offsets[i] receives the offset of texts[i].
+    void Pack(const Text* texts, int count, DictionaryDataBlock* block, int* offsets);
+
+    const Counters& counters() const { return counters_; }
+
+  private:
+    int64_t work_limit_;
+    Counters counters_;
+};
+
+#endif
