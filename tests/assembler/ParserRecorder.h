@@ -29,7 +29,6 @@ class ExactSourceFile : public File {
         return view_;
     }
     void Release() override {
-        ++releases;
         delete[] view_;
         view_ = nullptr;
     }
@@ -37,8 +36,6 @@ class ExactSourceFile : public File {
     int Write(const void*, int) override { return -1; }
     int64_t Seek(int64_t) override { return -1; }
     const String& error() override { return error_; }
-
-    int releases = 0;
 
   private:
     std::string bytes_;
@@ -64,7 +61,6 @@ class ParserRecorder : private SourceHolder, public Parser {
     using Parser::Step;
 
     const char* source() const { return source_text_; }
-    ExactSourceFile* source_file() { return file.get(); }
     String& string_value() { return string_value_; }
 
     // Every record, one per line.

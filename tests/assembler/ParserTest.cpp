@@ -78,6 +78,7 @@ TEST(Parser, CallsOneOperationPerStatementPiece) {
     }
 }
 
+// The plain form of each message has a golden case; these are the readings around it.
 TEST(Parser, ReportsEachGrammarErrorWithItsLine) {
     const struct {
         std::string source;
@@ -88,51 +89,35 @@ TEST(Parser, ReportsEachGrammarErrorWithItsLine) {
         {"pop\npop # rest\nof file",
          "error 314 line 2: Unrecognized directive or punctuation mark: # rest\nof file"},
         {"pop # x\0tail"s, "error 314 line 1: Unrecognized directive or punctuation mark: # x"},
-        {".bogus", "error 314 line 1: Unrecognized directive or punctuation mark: bogus"},
         {"pop -x", "error 314 line 1: Unrecognized directive or punctuation mark: x"},
         // 315: one-operand mnemonics are back at a statement start after their operand.
         {"pushl a b", "error 315 line 1: unrecognized operation code: b"},
-        {"\n\nPop", "error 315 line 3: unrecognized operation code: Pop"},
         {".version\nbogus", "error 315 line 1: unrecognized operation code: bogus"},
         {".function f\n.parameter p \"a\nb\"\n\nbogus",
          "error 315 line 5: unrecognized operation code: bogus"},
-        {",", "error 318 line 1: Unexpected comma"},
-        {"12", "error 319 line 1: Expected label, directive, or operator, found a number: 12"},
         {"- 12", "error 319 line 1: Expected label, directive, or operator, found a number:  12"},
         {"\"a\nb\"",
          "error 320 line 2: Expected label, directive, or operator, found a quoted string"},
-        {"pushl\n", "error 321 line 1: Expected an immediate value (symbol or number)"},
         {"pushl", "error 321 line 1: Expected an immediate value (symbol or number)"},
-        {"pushl \"a\"", "error 321 line 1: Expected an immediate value (symbol or number)"},
         {"pushl x:", "error 321 line 1: Expected an immediate value (symbol or number)"},
         {"incg g,,", "error 321 line 1: Expected an immediate value (symbol or number)"},
-        {".function 5", "error 321 line 1: Expected underscore or letter"},
         {".global g: \"x\"", "error 321 line 1: Expected directive identifier"},
         {".global\ng \"x\"", "error 321 line 1: Expected directive identifier"},
-        // 322 quotes the last string read anywhere before, not the token it got.
+        // 322 quotes the last string read anywhere before (none here), not the token it got.
         {".global g 5", "error 322 line 1: Expected quoted string, got "},
-        {".ident \"last\"\n.global g 5", "error 322 line 2: Expected quoted string, got last"},
         {".localized \"a\" b", "error 322 line 1: Expected quoted string, got a"},
         {".localized \"a\" \"b\" c", "error 322 line 1: Expected quoted string, got b"},
-        {".ident", "error 322 line 1: Expected quoted string, got "},
-        {".parameter p \"x\" 5",
-         "error 323 line 1: Expected symbol 'value' or 'reference' (without quotes) for "
-         "parameter type"},
         {".parameter p \"x\"",
          "error 323 line 1: Expected symbol 'value' or 'reference' (without quotes) for "
          "parameter type"},
         // 326 quotes the token it got; a newline or the end quotes the last operand.
-        {"tagerror 1 2", "error 326 line 1: Expected comma, found 2"},
         {"tagerror 1\n", "error 326 line 1: Expected comma, found 1"},
         {"tagerror 1", "error 326 line 1: Expected comma, found 1"},
         {"tagerror 1 ;c\n", "error 326 line 1: Expected comma, found ;"},
         // A kept length never reaches past the end of the source.
         {"tagerror 12345 ;", "error 326 line 1: Expected comma, found ;"},
-        {".parameter p \"x\" ref", "error 327 line 1: Unknown parameter call type: ref"},
         {".parameter p \"x\" Value", "error 327 line 1: Unknown parameter call type: Value"},
-        {".function f privat\n", "error 328 line 1: Unrecognized function qualifier \"privat\""},
         {".function f", "error 328 line 1: Unrecognized function qualifier \"f\""},
-        {".function f 5\n", "error 328 line 1: Unrecognized function qualifier \"5\""},
         {".function abcdef ,", "error 328 line 1: Unrecognized function qualifier \",\""},
         {".function f :x y\n", "error 328 line 1: Unrecognized function qualifier \":x y\n\""},
         {".function f\n.function g bad",
