@@ -179,35 +179,9 @@ TEST(FunctionManager, GrowsByWholeSteps) {
 
 TEST(FunctionManager, WritesItsSectionExactly) {
     Dictionary dictionary;
-    FunctionManager empty(&dictionary, 8);
-    EXPECT_EQ(func_of(empty), cat({u16(0), {8}, u32(0)}));
     FunctionManager manager(&dictionary, 0);
     manager.Function_Add(3, 0, "f", 1, "p var", -1, 0x22);
     EXPECT_EQ(func_of(manager), ONE_FUNCTION);
-}
-
-TEST(FunctionManager, ReadsBackWhatItWrote) {
-    Dictionary dictionary;
-    FunctionManager written(&dictionary, 8);
-    written.Function_Add(0, 0, "main", -1, nullptr, 0, 0);
-    Function* helper = written.Function_Add(1, 0, "Helper", -1, "a, b var", -1, 0x10);
-    helper->variables()->Insert(dictionary.Entry_Add("tmp", -1));
-    written.Function_Add("puts", -1, 0);
-    Bytes func = func_of(written);
-
-    OpenContainer in(container_with(TAG_FUNC, func));
-    FunctionManager read(&dictionary, 8);
-    ASSERT_TRUE(read.Read(&in.file));
-    ASSERT_EQ(read.Functions(), 3);
-    Function* again = read.Function_Get("HELPER", -1);
-    ASSERT_NE(again, nullptr);
-    EXPECT_EQ(again->index(), 1);
-    EXPECT_EQ(again->flags(), 0x10);
-    EXPECT_EQ(again->segment(), 1);
-    EXPECT_EQ(parameters_of(again), parameters_of(helper));
-    EXPECT_EQ(again->variables()->Entries(), 3);
-    EXPECT_EQ(read.Function_Get("puts", -1)->segment_offset(), -1);
-    EXPECT_EQ(func_of(read), func);
 }
 
 TEST(FunctionManager, ChecksEachFieldInOrderAndKeepsItsTableOnFailure) {
@@ -265,16 +239,4 @@ TEST(FunctionManager, ChecksEachFieldInOrderAndKeepsItsTableOnFailure) {
         EXPECT_EQ(parameters_of(manager.Function_Get("F", -1)),
                   (std::vector<Parameter>{{"p", 1, 0}}));
     }
-}
-
-TEST(FunctionManager, FailingWritesReportTheFileError) {
-    Dictionary dictionary;
-    int writes = writes_until_success([&](TaggedFile& file, std::string* error) {
-        FunctionManager manager(&dictionary, 8);
-        manager.Function_Add(0, 0, "f", -1, "a", -1, 0);
-        bool ok = manager.Write(&file);
-        *error = manager.error().c_str();
-        return ok;
-    });
-    EXPECT_EQ(writes, 8) << "header, buckets, chain, record, parameters, the local table's three";
 }

@@ -236,22 +236,3 @@ TEST(SegmentManager, ChecksTheSectionAndKeepsItsSegmentsOnFailure) {
             << c.what;  // the empty segment 0, or the old one
     }
 }
-
-TEST(SegmentManager, WriteFailuresAreReported) {
-    for (int k = 1;; k++) {
-        MemoryFileManager files;
-        TaggedFile file(&files);
-        ASSERT_TRUE(file.Create("segs.tnc", nullptr, 0));
-        files.faults.fail_write_at = files.faults.writes + k;
-        SegmentManager manager;
-        manager.Start()->Write_Word(0, 0x003C);
-        manager.Segment_Add()->Write_Word(0, 0x003C);
-        bool ok = manager.Write(&file);
-        if (files.faults.writes < files.faults.fail_write_at) {
-            ASSERT_TRUE(ok);
-            break;
-        }
-        EXPECT_FALSE(ok) << k;
-        EXPECT_STREQ(manager.error().c_str(), "Injected write failure") << k;
-    }
-}

@@ -95,23 +95,6 @@ Bytes write_container(Writer write, int version = 0x10001, bool* status = nullpt
     return files.Get("out.tnc");
 }
 
-// Runs 'write' over a fresh container with its k-th write failing, for k = 1, 2, ... until a
-// run succeeds. Every failed run must return false with "Injected write failure" in 'error'.
-// Returns the number of writes of the run that succeeded.
-template <class Writer>
-int writes_until_success(Writer write, int version = 0x10008) {
-    for (int k = 1; k < 1000; ++k) {
-        MemoryFileManager files;
-        TaggedFile file(&files);
-        if (!file.Create("out.tnc", nullptr, version)) return -1;
-        files.faults.fail_write_at = files.faults.writes + k;
-        std::string error;
-        if (write(file, &error)) return k - 1;
-        EXPECT_EQ(error, "Injected write failure") << k;
-    }
-    return -1;
-}
-
 // 'body' with 'value' written over it at 'at'.
 inline Bytes patched(Bytes body, size_t at, const Bytes& value) {
     std::copy(value.begin(), value.end(), body.begin() + static_cast<std::ptrdiff_t>(at));

@@ -87,12 +87,6 @@ TEST(VariableHash, ChainsAreSortedByLengthThenCaseFolded) {
     EXPECT_EQ(find(table, "ac"), -1);
 }
 
-TEST(VariableHash, EmptyTableWritesItsHeaderOnly) {
-    Dictionary dictionary;
-    VariableHash table(&dictionary, 12, 512, 0);
-    EXPECT_EQ(body_of(table), cat({u16(0), {12}, u32(0)}));
-}
-
 TEST(VariableHash, GrowsByWholeStepsKeepingNumbers) {
     Dictionary dictionary;
     VariableHash table(&dictionary, 12, 512, 0);
@@ -101,22 +95,6 @@ TEST(VariableHash, GrowsByWholeStepsKeepingNumbers) {
         ASSERT_EQ(table.Size(), i < 512 ? 512 : 1024) << i;
     }
     for (int i = 0; i <= 512; ++i) ASSERT_EQ(find(table, ("V" + std::to_string(i)).c_str()), i);
-}
-
-TEST(VariableHash, ReadsBackWhatItWrote) {
-    Dictionary dictionary;
-    VariableHash written(&dictionary, 12, 512, 0);
-    for (const char* name : {"x", "y", "Counter", "counter2"}) declare(written, dictionary, name);
-    Bytes body = body_of(written);
-    OpenContainer in(container_with(TAG_GLBL, body));
-    VariableHash read(&dictionary, 8, 64, 0);
-    declare(read, dictionary, "old");
-    ASSERT_EQ(read.Read(&in.file, TAG_GLBL), 1);
-    EXPECT_EQ(read.Entries(), 4);
-    EXPECT_EQ(read.Size(), 4);
-    EXPECT_EQ(find(read, "COUNTER"), 2);
-    EXPECT_EQ(find(read, "old"), -1);
-    EXPECT_EQ(body_of(read), body);
 }
 
 TEST(VariableHash, ChecksEachFieldInOrderAndKeepsItsTableOnFailure) {
@@ -158,9 +136,10 @@ TEST(VariableHash, ChecksEachFieldInOrderAndKeepsItsTableOnFailure) {
         VariableHash table(&dictionary, 8, 64, 0);
         table.Insert(kept);
         EXPECT_EQ(table.Read(&in.file, TAG_GLBL), c.message == nullptr ? 1 : 0) << c.what;
+        // A failed read keeps the old table; a good one replaces it.
+        EXPECT_EQ(find(table, "KEPT"), c.message != nullptr ? 0 : -1) << c.what;
         if (c.message != nullptr) {
             EXPECT_STREQ(table.error().c_str(), c.message) << c.what;
-            EXPECT_EQ(find(table, "KEPT"), 0) << c.what;
         } else {
             EXPECT_EQ(find(table, "AB"), 2) << c.what;
         }
@@ -195,19 +174,6 @@ TEST(VariableHash, LinksFromAFileAreNotTrusted) {
         EXPECT_EQ(table.Insert(1), 2);
         EXPECT_EQ(find(table, "b"), 2);
     }
-}
-
-TEST(VariableHash, FailingWritesReportTheFileError) {
-    Dictionary dictionary;
-    int writes = writes_until_success([&](TaggedFile& file, std::string* error) {
-        VariableHash table(&dictionary, 8, 64, 0);
-        declare(table, dictionary, "v");
-        bool ok = table.Write(&file, TAG_GLBL) == 1;
-        EXPECT_EQ(file.directory_entries(), ok ? 1 : 0) << "a failed table leaves its section open";
-        *error = table.error().c_str();
-        return ok;
-    });
-    EXPECT_EQ(writes, 3) << "header, bucket records and variable records";
 }
 
 // ---- variables ----
