@@ -414,6 +414,7 @@ int AssemblerParser::Write(const char* path, const unsigned char* identifier) {
         }
         return ArgumentError(message);
     }
+    file.Gather_Writes();
     bool written = dictionary_.Write(&file) && global_hash_->Write(&file, TAG_GLBL) != 0 &&
                    system_hash_->Write(&file, TAG_SYST) != 0 && function_manager_->Write(&file) &&
                    segment_manager_->Write(&file) && ident_list_.Write(&file) &&

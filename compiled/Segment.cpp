@@ -116,23 +116,33 @@ const char* segment_listing_name(unsigned code) {
     return nullptr;
 }
 
+// The capacity is the segment's size in whole steps; the bytes behind it are only allocated as
+// writes reach them (and all of them when data() is asked for), so that a file of many small
+// functions does not hold a mostly empty step per function. Bytes not yet allocated are zero.
 Segment::Segment(int number)
     : number_(number),
-      data_(new char[SEGMENT_GROWTH_STEP]()),
+      data_(nullptr),
+      allocated_(0),
       capacity_(SEGMENT_GROWTH_STEP),
       length_(0),
       spare_(0) {}
 
 Segment::Segment(int number, char* data, int capacity, int length)
-    : number_(number), data_(data), capacity_(capacity), length_(length), spare_(0) {}
+    : number_(number),
+      data_(data),
+      allocated_(capacity),
+      capacity_(capacity),
+      length_(length),
+      spare_(0) {}
 
 Segment::Segment(const Segment& other)
     : number_(other.number_),
-      data_(new char[other.capacity_]),
+      data_(other.allocated_ > 0 ? new char[other.allocated_] : nullptr),
+      allocated_(other.allocated_),
       capacity_(other.capacity_),
       length_(other.length_),
       spare_(other.spare_) {
-    if (capacity_ > 0) std::memcpy(data_, other.data_, static_cast<size_t>(capacity_));
+    if (allocated_ > 0) std::memcpy(data_, other.data_, static_cast<size_t>(allocated_));
 }
 
 Segment::~Segment() {
@@ -147,18 +157,34 @@ void Segment::Grow(int needed) {
         rounded = (rounded / SEGMENT_GROWTH_STEP + 1) * SEGMENT_GROWTH_STEP;
     }
     if (rounded < capacity_) rounded = capacity_;
-    char* grown = new char[rounded];
-    if (capacity_ > 0) std::memcpy(grown, data_, static_cast<size_t>(capacity_));
-    std::memset(grown + capacity_, 0, static_cast<size_t>(rounded - capacity_));
+    capacity_ = rounded;
+}
+
+// Allocates at least 'needed' of the capacity's bytes, doubling (the smallest block first), the
+// new bytes zero.
+void Segment::Allocate(int needed) const {
+    if (needed <= allocated_) return;
+    int size = allocated_ > 0 ? allocated_ : SEGMENT_FIRST_ALLOCATION;
+    while (size < needed && size <= capacity_ / 2) size *= 2;
+    if (size < needed || size > capacity_) size = capacity_;
+    char* grown = new char[size];
+    if (allocated_ > 0) std::memcpy(grown, data_, static_cast<size_t>(allocated_));
+    std::memset(grown + allocated_, 0, static_cast<size_t>(size - allocated_));
     delete[] data_;
     data_ = grown;
-    capacity_ = rounded;
+    allocated_ = size;
+}
+
+const char* Segment::data() const {
+    Allocate(capacity_);
+    return data_;
 }
 
 bool Segment::Reserve(int position, int width) {
     // Leaves room for the rounding in Grow below INT_MAX.
     if (position < 0 || position > INT_MAX - SEGMENT_GROWTH_STEP - width) return false;
     if (position + width >= capacity_) Grow(position + width);
+    Allocate(position + width);
     if (position + width > length_) length_ = position + width;
     return true;
 }
@@ -216,7 +242,8 @@ int Segment::Read_Double(int position, double* value) const {
 }
 
 bool Segment::Write(TaggedFile* file) {
-    return file->Section_Write(data_, length_) == length_;
+    // An empty segment may have no bytes allocated; it is written all the same (as 0 bytes).
+    return file->Section_Write(data_ != nullptr ? data_ : "", length_) == length_;
 }
 
 // ---- listing ----

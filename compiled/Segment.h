@@ -11,6 +11,9 @@
 
 // Segments grow in steps of this size, so that a function body rarely reallocates.
 constexpr int SEGMENT_GROWTH_STEP = 8192;
+// The first block of a segment's bytes that is really allocated; it doubles up to the capacity.
+// Most function bodies fit it.
+constexpr int SEGMENT_FIRST_ALLOCATION = 512;
 
 // Operand shape bits of an instruction code; the low 12 bits number the operation.
 constexpr unsigned SEGMENT_FIRST_MASK = 0xC000;
@@ -60,7 +63,8 @@ class Segment {
     void Dump(const char* path, const char* expression, int expression_length) const;
 
     int number() const { return number_; }
-    const char* data() const { return data_; }
+    // All 'capacity' bytes, the unwritten ones zero.
+    const char* data() const;
     int capacity() const { return capacity_; }
     int length() const { return length_; }
 
@@ -70,8 +74,13 @@ class Segment {
     bool Holds(int position, int width) const;
     void List(std::string* out, const char* expression, int expression_length) const;
 
+    // Allocates at least 'needed' of the capacity's bytes.
+    void Allocate(int needed) const;
+
     int number_;
-    char* data_;
+    // The first 'allocated_' bytes of the capacity; the rest are zero until allocated.
+    mutable char* data_;
+    mutable int allocated_;
     int capacity_;
     int length_;
     // Kept for the runtime's segment layout; the assembler never uses it.

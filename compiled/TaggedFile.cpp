@@ -71,13 +71,18 @@ bool TaggedFile::Need_File() {
     return false;
 }
 
+// Bytes still buffered go out first; a failure here has no one to report to, as the file is
+// being abandoned.
 void TaggedFile::Close() {
+    if (file_ != nullptr) (void)Flush_Writes();
     delete file_;
     file_ = nullptr;
 }
 
 void TaggedFile::Deactivate() {
-    if (file_ != nullptr) manager_->DeactivateFile(file_);
+    if (file_ == nullptr) return;
+    (void)Flush_Writes();  // a failure shows at the next write, whose bytes never arrive
+    manager_->DeactivateFile(file_);
 }
 
 // ---- writing ----
@@ -120,6 +125,22 @@ int TaggedFile::Section_Write(const void* bytes, int count) {
         Error(String(std::strerror(EFBIG)));
         return -1;
     }
+    // When asked to, section bytes are gathered into writes of up to TF_WRITE_BUFFER_SIZE: the
+    // section writers hand over a few bytes at a time. A failed write of gathered bytes fails
+    // the call that sends them out, with the file's reason.
+    if (gather_writes_ && count > 0 && count < TF_WRITE_BUFFER_SIZE) {
+        if (write_buffer_.size() + static_cast<size_t>(count) >
+                static_cast<size_t>(TF_WRITE_BUFFER_SIZE) &&
+            !Flush_Writes()) {
+            return -1;
+        }
+        const unsigned char* in = static_cast<const unsigned char*>(bytes);
+        write_buffer_.insert(write_buffer_.end(), in, in + count);
+        position_ += count;
+        section_bytes_ += count;
+        return count;
+    }
+    if (!Flush_Writes()) return -1;
     int written = file_->Write(bytes, count);
     if (written < 0) {
         Error(file_->error());
@@ -128,6 +149,19 @@ int TaggedFile::Section_Write(const void* bytes, int count) {
     position_ += written;
     section_bytes_ += written;
     return written;
+}
+
+// Writes the gathered section bytes; false, with the file's reason, unless all were written.
+bool TaggedFile::Flush_Writes() {
+    if (write_buffer_.empty()) return true;
+    int size = static_cast<int>(write_buffer_.size());
+    int written = file_->Write(write_buffer_.data(), size);
+    write_buffer_.clear();
+    if (written != size) {
+        Error(file_->error());
+        return false;
+    }
+    return true;
 }
 
 // Does not check that a section is open: with none open it records an entry of tag 0.
@@ -168,6 +202,7 @@ bool TaggedFile::Header_Write() {
     std::memcpy(header + 8, identifier_, TF_IDENTIFIER_SIZE);
     put_u32(header + 24, static_cast<uint32_t>(directory_offset_));
     put_u32(header + 28, static_cast<uint32_t>(directory_count_));
+    if (!Flush_Writes()) return false;
     if (file_->Seek(0) != 0 || file_->Write(header, TF_HEADER_SIZE) != TF_HEADER_SIZE) {
         Error(file_->error());
         return false;
@@ -181,6 +216,7 @@ bool TaggedFile::Header_Write() {
 //   8  4  directory[ entry ].section_size
 bool TaggedFile::Directory_Write() {
     if (!Need_File()) return false;
+    if (!Flush_Writes()) return false;
     if (file_->Seek(directory_offset_) != directory_offset_) {
         Error(file_->error());
         return false;

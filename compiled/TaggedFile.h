@@ -41,6 +41,8 @@ constexpr int TF_IDENTIFIER_SIZE = 16;
 constexpr int TF_DIRECTORY_ENTRY_SIZE = 12;
 // The directory array grows by this many entries whenever it is full.
 constexpr int TF_DIRECTORY_STEP = 16;
+// Section bytes are gathered into writes of this size; a larger piece goes out by itself.
+constexpr int TF_WRITE_BUFFER_SIZE = 1 << 20;
 // The granule in which the string dictionary sizes its data blocks.
 constexpr int TF_DATA_BLOCK_SIZE = 8192;
 
@@ -70,6 +72,9 @@ class TaggedFile {
     void Section_Start(int tag);
     // The File::Write result; callers compare it with 'count' themselves.
     int Section_Write(const void* bytes, int count);
+    // From now on section bytes go to the file in large pieces rather than as they come: a
+    // failure then shows at the Section_Write, Section_Flush or Close that sends them out.
+    void Gather_Writes() { gather_writes_ = true; }
     void Section_End();
     bool Section_Flush();
 
@@ -120,6 +125,7 @@ class TaggedFile {
     int File_Read_Pieces(std::vector<unsigned char>* out, int wanted);
     bool Need_File();
     void Reset();
+    bool Flush_Writes();
 
     FileManager* manager_;
     File* file_;
@@ -142,6 +148,9 @@ class TaggedFile {
     int64_t section_start_;
     int64_t section_bytes_;
     int64_t position_;
+    // Section bytes not yet handed to the file; they belong at the end of what was written.
+    std::vector<unsigned char> write_buffer_;
+    bool gather_writes_ = false;
 
     // Reading: index of the current directory entry, -1 for none.
     int current_;

@@ -29,6 +29,8 @@ constexpr uint32_t MAX_BUCKET_COUNT = 0x1FFFFFFF;
 constexpr uint32_t MAX_VARIABLE_COUNT_LOOSE = 0x1FFFFFFF;
 constexpr uint32_t MAX_VARIABLE_COUNT = 0x7FFFFFF;
 constexpr uint32_t MAX_BUCKET_BITS = 32;
+// Entries first allocated for a table; they double as the table fills, up to its capacity.
+constexpr int VARIABLE_HASH_FIRST_ALLOCATION = 8;
 
 int* new_links(int count) {
     int* links = new int[count];
@@ -54,13 +56,14 @@ VariableHash::VariableHash(Dictionary* dictionary, int bucket_bits, int capacity
       bucket_entries_(0),
       next_(nullptr),
       capacity_(capacity),
+      allocated_(0),
       entries_(nullptr),
       count_(count),
       dictionary_(dictionary) {
     assert(capacity >= 0 && count >= 0 && count <= capacity);
-    buckets_.Reset(bucket_count_);
-    next_ = new_links(capacity_);
-    entries_ = new_entries(capacity_);
+    // Buckets and entries take memory as they are used (see BucketArray and Allocate).
+    buckets_.Reset(0);
+    Allocate(count_);
 }
 
 VariableHash::VariableHash(TarnApplication* application, Dictionary* dictionary,
@@ -69,14 +72,17 @@ VariableHash::VariableHash(TarnApplication* application, Dictionary* dictionary,
       bucket_bits_(other.bucket_bits_),
       bucket_count_(other.bucket_count_),
       bucket_entries_(other.bucket_entries_),
-      next_(new int[other.capacity_]),
+      next_(new int[other.allocated_]),
       capacity_(other.capacity_),
-      entries_(new _VH_Entry[other.capacity_]),
+      allocated_(other.allocated_),
+      entries_(new _VH_Entry[other.allocated_]),
       count_(other.count_),
       dictionary_(dictionary),
       error_(other.error_) {
-    std::memcpy(next_, other.next_, sizeof(int) * static_cast<size_t>(capacity_));
-    for (int i = 0; i < capacity_; ++i) {
+    if (allocated_ > 0) {
+        std::memcpy(next_, other.next_, sizeof(int) * static_cast<size_t>(allocated_));
+    }
+    for (int i = 0; i < allocated_; ++i) {
         entries_[i] = other.entries_[i];
         if (clone && entries_[i].variable != nullptr) {
             entries_[i].variable = entries_[i].variable->Clone(application);
@@ -107,6 +113,7 @@ int VariableHash::Insert(int name_index) {
 int VariableHash::Insert(int name_index, const char* name, int length, Variable* variable) {
     if (count_ >= capacity_) Grow();
     int added = count_;
+    if (added >= allocated_) Allocate(added + 1);
     if (name != nullptr) {
         length = measured(name, length);
         if (name_index == -1) name_index = dictionary_->Entry_Add(name, length);
@@ -463,6 +470,7 @@ int VariableHash::Read(TaggedFile* file) {
     next_ = next;
     entries_ = entries;
     capacity_ = count;
+    allocated_ = count;
     count_ = count;
     return 1;
 }
@@ -482,10 +490,19 @@ int VariableHash::BucketOf(const char* name, int length) const {
 }
 
 void VariableHash::Grow() {
-    int capacity = capacity_ + VARIABLE_HASH_GROWTH;
-    int* next = new_links(capacity);
-    _VH_Entry* entries = new_entries(capacity);
-    for (int i = 0; i < capacity_; ++i) {
+    capacity_ += VARIABLE_HASH_GROWTH;
+}
+
+// Makes at least 'needed' entries (and links) of the capacity real: doubling from a few, the
+// new ones empty.
+void VariableHash::Allocate(int needed) {
+    if (needed <= allocated_) return;
+    int size = allocated_ > 0 ? allocated_ : VARIABLE_HASH_FIRST_ALLOCATION;
+    while (size < needed) size *= 2;
+    if (size > capacity_) size = capacity_;
+    int* next = new_links(size);
+    _VH_Entry* entries = new_entries(size);
+    for (int i = 0; i < allocated_; ++i) {
         next[i] = next_[i];
         entries[i] = entries_[i];
     }
@@ -493,5 +510,5 @@ void VariableHash::Grow() {
     delete[] entries_;
     next_ = next;
     entries_ = entries;
-    capacity_ = capacity;
+    allocated_ = size;
 }

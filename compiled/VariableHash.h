@@ -90,13 +90,18 @@ class VariableHash {
 
     int BucketOf(const char* name, int length) const;
     void Grow();
+    void Allocate(int needed);
 
     BucketArray buckets_;
     int bucket_bits_;
     int bucket_count_;
     int bucket_entries_;
     int* next_;
+    // 'capacity_' is the table's size as it grows in fixed steps; only the first 'allocated_'
+    // entries (and links) are in memory, doubling as entries are added, so that the many small
+    // tables of a program (one per function) cost what they hold.
     int capacity_;
+    int allocated_;
     _VH_Entry* entries_;
     int count_;
     Dictionary* dictionary_;

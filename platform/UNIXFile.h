@@ -3,6 +3,7 @@
 #ifndef TARN_PLATFORM_UNIXFILE_H
 #define TARN_PLATFORM_UNIXFILE_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "foundation/String.h"
@@ -32,13 +33,18 @@ class UNIXFile : public File {
   private:
     bool Activate();
     void SystemError();
+    const char* Copy(int64_t offset, int64_t length);
 
     int fd_;
     // Reopen flags: as opened, without creating or truncating a second time.
     int flags_;
     String path_;
     int64_t saved_position_;
+    // The view handed out by Map: inside 'mapping_' (of 'mapping_size_' bytes) when the file is
+    // mapped, else a heap copy.
     char* view_;
+    char* mapping_;
+    size_t mapping_size_;
     String error_;
 };
 

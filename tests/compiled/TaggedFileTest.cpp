@@ -40,9 +40,11 @@ const Bytes SMALL_FILE = {
 const unsigned char IDENTIFIER[TF_IDENTIFIER_SIZE] = {1, 2,  3,  4,  5,  6,  7,  8,
                                                       9, 10, 11, 12, 13, 14, 15, 16};
 
-// Writes SMALL_FILE through the writer; false at the first step that reports failure.
-bool write_small(TaggedFile& file) {
+// Writes SMALL_FILE through the writer, section bytes gathered into large writes when asked;
+// false at the first step that reports failure.
+bool write_small(TaggedFile& file, bool gather = false) {
     if (!file.Create("small.tnc", IDENTIFIER, 0x10005)) return false;
+    if (gather) file.Gather_Writes();
     file.Section_Start(TAG_DICT);
     if (file.Section_Write("abc", 3) != 3) return false;
     file.Section_End();
@@ -68,10 +70,43 @@ Bytes with_u32(Bytes bytes, size_t at, uint32_t value) {
 }  // namespace
 
 TEST(TaggedFile, WritesHeaderSectionsAndDirectoryExactly) {
-    MemoryFileManager files;
-    TaggedFile file(&files);
-    ASSERT_TRUE(write_small(file));
-    EXPECT_EQ(files.Get("small.tnc"), SMALL_FILE);
+    for (bool gather : {false, true}) {
+        MemoryFileManager files;
+        TaggedFile file(&files);
+        ASSERT_TRUE(write_small(file, gather));
+        EXPECT_EQ(files.Get("small.tnc"), SMALL_FILE);
+    }
+}
+
+// Gathered, small pieces share writes and a piece of the gathering size or more goes out by
+// itself, behind what was gathered before it; the bytes are those of plain writing.
+TEST(TaggedFile, GatheredWritesGiveTheSameBytesInFewWrites) {
+    std::string big(TF_WRITE_BUFFER_SIZE + 5, 'b');
+    Bytes expected;
+    int plain_writes = 0;
+    for (bool gather : {false, true}) {
+        MemoryFileManager files;
+        TaggedFile file(&files);
+        ASSERT_TRUE(file.Create("big.tnc", nullptr, 0));
+        if (gather) file.Gather_Writes();
+        file.Section_Start(TAG_DICT);
+        for (int i = 0; i < 1000; i++) ASSERT_EQ(file.Section_Write("abc", 3), 3);
+        ASSERT_EQ(file.Section_Write(big.data(), static_cast<int>(big.size())),
+                  static_cast<int>(big.size()));
+        ASSERT_EQ(file.Section_Write("z", 1), 1);
+        file.Section_End();
+        ASSERT_TRUE(file.Section_Flush());
+        file.Close();
+        if (!gather) {
+            expected = files.Get("big.tnc");
+            plain_writes = files.faults.writes;
+            continue;
+        }
+        EXPECT_EQ(files.Get("big.tnc"), expected);
+        // Header, the gathered pieces, the big one, "z", one directory entry, the header again.
+        EXPECT_EQ(files.faults.writes, 6);
+        EXPECT_EQ(plain_writes, 1005);
+    }
 }
 
 TEST(TaggedFile, VersionZeroWritesCurrentFormatAndNoIdentifierWritesZeros) {
