@@ -202,23 +202,20 @@ TEST(SegmentManager, SlotArrayGrowsBySixtyFour) {
     EXPECT_EQ(manager.segment(65), nullptr);
 }
 
+// The plain case of each message is reached through tndump in DumpApplicationTest; these rows
+// are the order of the checks, their bounds and the cut-off records.
 TEST(SegmentManager, ChecksTheSectionAndKeepsItsSegmentsOnFailure) {
     struct Case {
         const char* what;
         Bytes section;
         const char* message;
     } cases[] = {
-        {"no entries", with_u32(TWO_SEGMENTS, 0, 0), "segment_list.start out of range"},
         {"start = entries", with_u32(TWO_SEGMENTS, 4, 2), "segment_list.start out of range"},
         {"negative start", with_u32(TWO_SEGMENTS, 4, 0xFFFFFFFF),
          "segment_list.start out of range"},
-        {"entries 0x10000000", with_u32(TWO_SEGMENTS, 0, 0x10000000),
-         "segment_list.entries out of range"},
         // Within the limit, but the table is not there.
         {"entries 0x0FFFFFFF", with_u32(TWO_SEGMENTS, 0, 0x0FFFFFFF), "Invalid size"},
         {"entries 0x00FFFFFF", with_u32(TWO_SEGMENTS, 0, 0x00FFFFFF), "Unexpected end of file"},
-        {"negative size", with_u32(TWO_SEGMENTS, 20, 0xFFFFFFFF),
-         "segment_header.size out of range"},
         {"data past the section", with_u32(TWO_SEGMENTS, 20, 7), "Unexpected end of file"},
         {"offset past the section", with_u32(TWO_SEGMENTS, 16, 9), "Invalid offset"},
         {"negative offset", with_u32(TWO_SEGMENTS, 16, 0xFFFFFFE0), "Invalid offset"},

@@ -97,6 +97,8 @@ TEST(VariableHash, GrowsByWholeStepsKeepingNumbers) {
     for (int i = 0; i <= 512; ++i) ASSERT_EQ(find(table, ("V" + std::to_string(i)).c_str()), i);
 }
 
+// The plain case of each message is reached through tndump in DumpApplicationTest; these rows
+// are the order of the checks, their bounds and the cut-off records.
 TEST(VariableHash, ChecksEachFieldInOrderAndKeepsItsTableOnFailure) {
     auto header = [](uint32_t entries, uint32_t bits, uint32_t count) {
         return cat({u16(entries), {static_cast<unsigned char>(bits)}, u32(count)});
@@ -113,19 +115,13 @@ TEST(VariableHash, ChecksEachFieldInOrderAndKeepsItsTableOnFailure) {
         {"32 bucket bits: one bucket",
          cat({header(1, 32, 3), Bytes(ONE_BUCKET.begin() + 7, ONE_BUCKET.end())}), nullptr},
         {"header cut short", Bytes{0, 0, 8, 0, 0, 0}, END},
-        {"33 bucket bits", header(0, 33, 0), "variable_hash_header.bucket_bits out of range"},
         {"bits before count", header(0, 33, 0x8000000),
          "variable_hash_header.bucket_bits out of range"},
-        {"29 bucket bits", header(0, 29, 0), "read_bucket_size out of range"},
         {"count past the loose bound", header(0, 8, 0x20000000), COUNT},
-        {"count past the tight bound", header(0, 8, 0x8000000), COUNT},
         {"count before bucket entries", header(0x8000, 8, 0x8000000), COUNT},
         {"count at the bound, records missing", header(0, 8, 0x7FFFFFF), END},
-        {"negative bucket entries", header(0x8000, 8, 0),
-         "variable_hash_header.bucket_entries out of range"},
         {"bucket records cut short", cat({header(1, 8, 0), u16(3), u16(0)}), END},
         {"bucket number 0x8000", cat({header(1, 8, 0), u16(0x8000), u32(0)}), BUCKET},
-        {"bucket number 256 of 256", cat({header(1, 8, 0), u16(256), u32(0)}), BUCKET},
         {"variable records cut short", cat({header(0, 8, 2), u32(0), u32(0), u32(1)}), END},
     };
     Dictionary dictionary;
