@@ -254,14 +254,6 @@ TEST(TaggedFile, HeaderChecksGiveTheirMessages) {
     for (const Case& c : cases) EXPECT_EQ(open_bytes(c.bytes), c.message) << c.what;
 }
 
-TEST(TaggedFile, EveryTruncationIsRejected) {
-    for (size_t length = 0; length < SMALL_FILE.size(); length++) {
-        Bytes prefix(SMALL_FILE.begin(), SMALL_FILE.begin() + static_cast<long>(length));
-        EXPECT_EQ(open_bytes(prefix), length < 32 ? CORRUPT : DIRECTORY_EOF) << length;
-    }
-    EXPECT_EQ(open_bytes(SMALL_FILE), "");
-}
-
 // Flips every bit of each header and directory byte in turn. Each change is rejected with the
 // message of the field it hits, or loads: the identifier is never looked at, nor are tags,
 // non-negative section offsets and sizes.
