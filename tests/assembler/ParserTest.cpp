@@ -29,20 +29,16 @@ Outcome assemble(const std::string& source, const std::map<std::string, int>& re
 
 }  // namespace
 
+// Every statement form also runs through the whole program in the golden cases; these rows pin
+// the arguments each operation gets and the forms the golden cases leave out.
 TEST(Parser, CallsOneOperationPerStatementPiece) {
     const struct {
         std::string source;
         std::string calls;
     } cases[] = {
-        {"", ""},
-        {"; only a comment\n\n   \n; last line without a newline", ""},
         {"label: pushc s1 ; comment\n",
          "label 'label'\nopcode 0x4001 1\nimmediate 's1' left 0 kind 2\n"},
         {"pop pop", "opcode 0x000B 0\nopcode 0x000B 0\n"},
-        {"incg total, -5\nincg t ,0x1F",
-         "opcode 0x5303 2\nimmediate 'total' left 1 kind 4\nimmediate '-5' left 0 kind 0\n"
-         "opcode 0x5303 2\nimmediate 't' left 1 kind 4\nimmediate '0x1F' left 0 kind 0\n"},
-        {"pushf 1.5", "opcode 0x8003 1\nimmediate '1.5' left 0 kind 1\n"},
         {".global g \"G\"\n.system s \"S\"\n.local l \"L\"\n.string t \"T\\0a\"",
          "global 'g' 'G'\nsystem 's' 'S'\nlocal 'l' 'L'\nstring 't' 'T\n'\n"},
         {".parameter p \"x\"\n", "parameter 'p' 'x' 0\n"},
@@ -56,10 +52,7 @@ TEST(Parser, CallsOneOperationPerStatementPiece) {
         // The end of input closes a .function line whose last qualifier is valid.
         {".function f private", "function 'f' 0x20\n"},
         {".function f \"q\"", "function 'f' 0x00\n"},
-        {".ident \"built by hand\"", "ident 'built by hand'\n"},
-        {".version 3 .version 1.5", "version '3'\nversion '1.5'\n"},
         {".version\n", "version 'version'\n"},
-        {".disable_logging", "disable_logging\n"},
         // An empty second string reuses the one of the statement before.
         {".localized \"x\" \"y\" \"z\"\n.localized \"a\" \"\" \"c\"\n",
          "localized 'z'\nlangentry 'x' 'y' 40\nlocalized 'c'\nlangentry 'a' 'y' 41\n"},
