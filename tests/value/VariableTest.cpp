@@ -62,18 +62,6 @@ class VariableTest : public ::testing::Test {
 
 // ---- scalars ----
 
-TEST_F(VariableTest, NameOnlyVariableIsNullAndStaysNullAfterReads) {
-    Variable v("count", 5);
-    EXPECT_EQ(v.primary_type(), VARIABLE_PRIMARY_NULL);
-    EXPECT_EQ(v.aggregatetype(), AGGREGATE_NONE);
-    EXPECT_EQ(v.value_integer(), 0);
-    EXPECT_TRUE(mpd_iszero(v.value_mpd()));
-    EXPECT_FALSE(v.IsTrue());
-    EXPECT_TRUE(v.IsNULL());
-    EXPECT_EQ(Text(v), "");
-    EXPECT_EQ(Json(v), "null");
-}
-
 TEST_F(VariableTest, ConversionsGoThroughEveryRepresentation) {
     struct Row {
         const char* text;
@@ -128,6 +116,7 @@ TEST_F(VariableTest, TruthFollowsTheValidRepresentation) {
         Variable v("v", 1, row.text, -1);
         EXPECT_EQ(v.IsTrue(), row.truth) << '"' << row.text << '"';
     }
+    EXPECT_FALSE(Variable("null", 4).IsTrue());
     EXPECT_FALSE(Variable("i", 1, 0).IsTrue());
     EXPECT_TRUE(Variable("i", 1, -1).IsTrue());
     EXPECT_FALSE(Variable("d", 1, 0u).IsTrue());
