@@ -1,6 +1,9 @@
 // Identifier list: one flat buffer of NUL-terminated texts and the "idnt" section.
 #include "compiled/IdentList.h"
 
+#include <algorithm>
+#include <climits>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -15,7 +18,7 @@ int capacity_for(int bytes) {
 
 }  // namespace
 
-IdentList::IdentList() : buffer_(nullptr), capacity_(0), cursor_(0), length_(0) {}
+IdentList::IdentList() : buffer_(nullptr), capacity_(0), allocated_(0), cursor_(0), length_(0) {}
 
 IdentList::~IdentList() {
     delete[] buffer_;
@@ -35,13 +38,20 @@ void IdentList::Entry_Add(const char* text, int length) {
         cursor_ = 0;
         length_ = 0;
         capacity_ = capacity_for(length);
-        buffer_ = new char[capacity_];
+        allocated_ = capacity_;
+        buffer_ = new char[allocated_];
     } else if (length_ + length >= capacity_) {
         capacity_ = capacity_for(length_ + length);
-        char* grown = new char[capacity_];
-        std::memcpy(grown, buffer_, static_cast<size_t>(length_));
-        delete[] buffer_;
-        buffer_ = grown;
+        // The capacity grows in steps, the memory behind it at least doubles: n bytes of texts
+        // are copied O(n) times in all, not O(n^2 / 8192).
+        if (capacity_ > allocated_) {
+            allocated_ = std::max(capacity_, static_cast<int>(std::min<int64_t>(
+                                                 2 * static_cast<int64_t>(allocated_), INT_MAX)));
+            char* grown = new char[allocated_];
+            std::memcpy(grown, buffer_, static_cast<size_t>(length_));
+            delete[] buffer_;
+            buffer_ = grown;
+        }
     }
     if (length > 0) std::memcpy(buffer_ + length_, text, static_cast<size_t>(length));
     buffer_[length_ + length] = 0;
@@ -75,6 +85,7 @@ bool IdentList::Read(TaggedFile* file) {
     delete[] buffer_;
     buffer_ = nullptr;
     capacity_ = 0;
+    allocated_ = 0;
     cursor_ = 0;
     length_ = 0;
     int size = 0;
@@ -87,6 +98,7 @@ bool IdentList::Read(TaggedFile* file) {
     buffer_ = new char[size];
     if (size > 0) std::memcpy(buffer_, bytes.data(), static_cast<size_t>(size));
     capacity_ = size;
+    allocated_ = size;
     length_ = size;
     file->Section_Read_End();
     return true;

@@ -40,6 +40,8 @@ class IdentList {
     String error_;
     char* buffer_;
     int capacity_;
+    // Bytes behind 'buffer_', at least the capacity.
+    int allocated_;
     int cursor_;
     int length_;  // bytes in use, the 0 bytes included
 };

@@ -3,6 +3,10 @@
 
 #include "compiled/LocalizedDictionary.h"
 
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+
 #include "compiled/TableSupport.h"
 #include "compiled/TaggedFile.h"
 #include "foundation/ByteOrder.h"
@@ -17,7 +21,8 @@ constexpr uint32_t MAX_ENTRIES = 0x0AAAAAAA;
 
 }  // namespace
 
-LocalizedDictionary::LocalizedDictionary() : entries_(nullptr), count_(0), capacity_(0) {}
+LocalizedDictionary::LocalizedDictionary()
+    : entries_(nullptr), count_(0), capacity_(0), allocated_(0) {}
 
 LocalizedDictionary::~LocalizedDictionary() {
     delete[] entries_;
@@ -33,12 +38,17 @@ void LocalizedDictionary::Error(const String& text) {
 
 int LocalizedDictionary::Entry_Add(int type, int text, int next) {
     if (count_ == capacity_) {
-        int capacity = capacity_ + LOCALIZED_DICTIONARY_GROWTH;
-        _LD_Entry* entries = new _LD_Entry[capacity];
-        for (int i = 0; i < count_; ++i) entries[i] = entries_[i];
-        delete[] entries_;
-        entries_ = entries;
-        capacity_ = capacity;
+        capacity_ += LOCALIZED_DICTIONARY_GROWTH;
+        // The capacity grows in steps, the array behind it at least doubles: n pieces are
+        // copied O(n) times in all, not O(n^2 / 128).
+        if (capacity_ > allocated_) {
+            allocated_ = std::max(capacity_, static_cast<int>(std::min<int64_t>(
+                                                 2 * static_cast<int64_t>(allocated_), INT_MAX)));
+            _LD_Entry* entries = new _LD_Entry[allocated_];
+            for (int i = 0; i < count_; ++i) entries[i] = entries_[i];
+            delete[] entries_;
+            entries_ = entries;
+        }
     }
     entries_[count_] = _LD_Entry{type, text, next};
     return count_++;
@@ -111,5 +121,6 @@ bool LocalizedDictionary::Read(TaggedFile* file) {
     entries_ = read;
     count_ = count;
     capacity_ = count;
+    allocated_ = count;
     return true;
 }

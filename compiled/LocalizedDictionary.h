@@ -47,6 +47,8 @@ class LocalizedDictionary {
     _LD_Entry* entries_;
     int count_;
     int capacity_;
+    // Pieces behind 'entries_', at least the capacity.
+    int allocated_;
 };
 
 #endif

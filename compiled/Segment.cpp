@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <cstdarg>
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -161,18 +162,19 @@ void Segment::Grow(int needed) {
 }
 
 // Allocates at least 'needed' of the capacity's bytes, doubling (the smallest block first), the
-// new bytes zero.
+// new bytes zero. The doubling may run past the capacity, which grows in steps of 8192: were it
+// held to the capacity, a long segment would be copied once per step, O(n^2 / 8192) bytes.
 void Segment::Allocate(int needed) const {
     if (needed <= allocated_) return;
-    int size = allocated_ > 0 ? allocated_ : SEGMENT_FIRST_ALLOCATION;
-    while (size < needed && size <= capacity_ / 2) size *= 2;
-    if (size < needed || size > capacity_) size = capacity_;
-    char* grown = new char[size];
+    int64_t size = allocated_ > 0 ? allocated_ : SEGMENT_FIRST_ALLOCATION;
+    while (size < needed) size *= 2;
+    if (size > INT_MAX) size = needed;
+    char* grown = new char[static_cast<size_t>(size)];
     if (allocated_ > 0) std::memcpy(grown, data_, static_cast<size_t>(allocated_));
     std::memset(grown + allocated_, 0, static_cast<size_t>(size - allocated_));
     delete[] data_;
     data_ = grown;
-    allocated_ = size;
+    allocated_ = static_cast<int>(size);
 }
 
 const char* Segment::data() const {

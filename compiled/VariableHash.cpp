@@ -5,6 +5,8 @@
 #include "compiled/VariableHash.h"
 
 #include <cassert>
+#include <climits>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -497,11 +499,13 @@ void VariableHash::Grow() {
 // new ones empty.
 void VariableHash::Allocate(int needed) {
     if (needed <= allocated_) return;
-    int size = allocated_ > 0 ? allocated_ : VARIABLE_HASH_FIRST_ALLOCATION;
+    // The doubling may run past the capacity, which grows in steps of 512: were it held to the
+    // capacity, a long table would be copied once per step, O(n^2 / 512) entries.
+    int64_t size = allocated_ > 0 ? allocated_ : VARIABLE_HASH_FIRST_ALLOCATION;
     while (size < needed) size *= 2;
-    if (size > capacity_) size = capacity_;
-    int* next = new_links(size);
-    _VH_Entry* entries = new_entries(size);
+    if (size > INT_MAX / static_cast<int64_t>(sizeof(_VH_Entry))) size = needed;
+    int* next = new_links(static_cast<int>(size));
+    _VH_Entry* entries = new_entries(static_cast<int>(size));
     for (int i = 0; i < allocated_; ++i) {
         next[i] = next_[i];
         entries[i] = entries_[i];
@@ -510,5 +514,5 @@ void VariableHash::Allocate(int needed) {
     delete[] entries_;
     next_ = next;
     entries_ = entries;
-    allocated_ = size;
+    allocated_ = static_cast<int>(size);
 }
