@@ -5,6 +5,7 @@
 #define TARN_ASSEMBLER_ASSEMBLERPARSER_H
 
 #include "assembler/FunctionContext.h"
+#include "assembler/IndexedPlaceHolderTree.h"
 #include "assembler/Parser.h"
 #include "assembler/RBTree.h"
 #include "assembler/ResolvablePlaceHolder.h"
@@ -90,10 +91,10 @@ class AssemblerParser : public Parser {
     SegmentManager* segment_manager_;
     List<ResolvablePlaceHolder> spare_placeholders_;
     List<ResolvablePlaceHolder> function_references_;
-    PlaceHolderTree global_identifiers_;
-    PlaceHolderTree system_identifiers_;
-    PlaceHolderTree function_names_;
-    PlaceHolderTree string_identifiers_;
+    IndexedPlaceHolderTree global_identifiers_;
+    IndexedPlaceHolderTree system_identifiers_;
+    IndexedPlaceHolderTree function_names_;
+    IndexedPlaceHolderTree string_identifiers_;
     String lookup_name_;
     FunctionManager* function_manager_;
     Function* current_function_;

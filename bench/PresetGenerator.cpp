@@ -64,7 +64,7 @@ std::string PresetGenerator::Quote(const std::string& text) {
 
 void PresetGenerator::Strings(int count) {
     for (int i = 0; i < count && strings_declared_ < shape_.strings; i++) {
-        Line(".string s" + std::to_string(strings_declared_++) + " " + Quote(corpus_.Next()));
+        Line(".string text" + std::to_string(strings_declared_++) + " " + Quote(corpus_.Next()));
         counts_.strings++;
     }
 }
@@ -76,12 +76,12 @@ void PresetGenerator::Statement(int function, const std::vector<std::string>& lo
     auto local = [&]() {
         return locals[static_cast<size_t>(Pick(static_cast<int>(locals.size())))];
     };
-    auto global = [&]() { return "g" + std::to_string(Pick(shape_.globals)); };
+    auto global = [&]() { return "global" + std::to_string(Pick(shape_.globals)); };
     auto emit = [&](const std::string& text) {
         Line("\t" + text);
         counts_.instruction_lines++;
     };
-    auto label = [&]() { return "L" + std::to_string((*label_number)++); };
+    auto label = [&]() { return "label" + std::to_string((*label_number)++); };
     switch (Pick(10)) {
         case 0:
         case 1:
@@ -97,14 +97,14 @@ void PresetGenerator::Statement(int function, const std::vector<std::string>& lo
             emit("popg " + global());
             break;
         case 3:
-            if (strings_declared_ > 0) emit("pushc s" + std::to_string(Pick(strings_declared_)));
+            if (strings_declared_ > 0) emit("pushc text" + std::to_string(Pick(strings_declared_)));
             emit("out");
             break;
         case 4: {
             int callee = Pick(shape_.functions);
             if (callee == function) callee = (callee + 1) % shape_.functions;
             emit("pushl " + local());
-            emit("call f" + std::to_string(callee));
+            emit("call function" + std::to_string(callee));
             emit("popl " + local());
             break;
         }
@@ -167,7 +167,7 @@ void PresetGenerator::Body(int index, const std::vector<std::string>& locals) {
 }
 
 void PresetGenerator::Function(int index) {
-    std::string name = "f" + std::to_string(index);
+    std::string name = "function" + std::to_string(index);
     std::string header = ".function " + name;
     if (Chance(10)) header += " private";
     if (Chance(5)) header += " compresswhitespace";
@@ -175,12 +175,12 @@ void PresetGenerator::Function(int index) {
     counts_.functions++;
     std::vector<std::string> locals;
     for (int p = Pick(4); p > 0; p--) {
-        std::string id = "p" + std::to_string(locals.size());
+        std::string id = "param" + std::to_string(locals.size());
         Line(".parameter " + id + " \"" + id + "\"" + (Chance(20) ? " reference" : ""));
         locals.push_back(id);
     }
     for (int l = 1 + Pick(6); l > 0; l--) {
-        std::string id = "v" + std::to_string(locals.size());
+        std::string id = "local" + std::to_string(locals.size());
         Line(".local " + id + " \"" + (Chance(50) ? "count" : "item_") + std::to_string(l) + "\"");
         locals.push_back(id);
     }
@@ -193,7 +193,7 @@ bool PresetGenerator::Write(FILE* out) {
     Line(std::string("; benchmark preset ") + shape_.name);
     Line(".version 1.8");
     for (int g = 0; g < shape_.globals; g++) {
-        Line(".global g" + std::to_string(g) + " \"G_" + std::to_string(g) + "\"");
+        Line(".global global" + std::to_string(g) + " \"G_" + std::to_string(g) + "\"");
     }
     Line(".system y0 \"SYS_PATH\"");
     int chunks = shape_.functions + 1;

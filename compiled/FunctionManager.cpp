@@ -3,6 +3,7 @@
 
 #include "compiled/FunctionManager.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -114,11 +115,24 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
     int previous = -1;
     int current = buckets_.Head(bucket);
     if (current == -1) ++bucket_entries_;
-    for (int steps = 0; IsFunction(current) && current != added && steps < count_; ++steps) {
-        const String& other = functions_[current]->name();
-        if (name_order(name, length, other.c_str(), other.length()) < 0) break;
-        previous = current;
-        current = chain_[current];
+    if (by_name_valid_ && bucket_count_ <= MAX_SORTED_BUCKETS) {
+        // The chain's functions in order: the new one goes behind every name not after its own.
+        if (sorted_chains_.empty()) sorted_chains_.resize(static_cast<size_t>(bucket_count_));
+        std::vector<int>& sorted = sorted_chains_[static_cast<size_t>(bucket)];
+        auto after = std::upper_bound(sorted.begin(), sorted.end(), added, [&](int, int other) {
+            const String& text = functions_[other]->name();
+            return name_order(name, length, text.c_str(), text.length()) < 0;
+        });
+        previous = after == sorted.begin() ? -1 : *(after - 1);
+        current = after == sorted.end() ? -1 : *after;
+        sorted.insert(after, added);
+    } else {
+        for (int steps = 0; IsFunction(current) && current != added && steps < count_; ++steps) {
+            const String& other = functions_[current]->name();
+            if (name_order(name, length, other.c_str(), other.length()) < 0) break;
+            previous = current;
+            current = chain_[current];
+        }
     }
     chain_[added] = IsFunction(current) && current != added ? current : -1;
     if (previous == -1) {
@@ -126,6 +140,7 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
     } else {
         chain_[previous] = added;
     }
+    by_name_.emplace(hashi(name, static_cast<uint32_t>(length), 0), added);
     return function;
 }
 
@@ -134,6 +149,20 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
 Function* FunctionManager::Function_Get(const char* name, int length) {
     if (name == nullptr) return nullptr;
     length = measured(name, length);
+    if (by_name_valid_) {
+        // Equal names stand in their chain in the order they were added, so the chain's first
+        // equal name is the one added first.
+        int first = -1;
+        auto range = by_name_.equal_range(hashi(name, static_cast<uint32_t>(length), 0));
+        for (auto it = range.first; it != range.second; ++it) {
+            const String& other = functions_[it->second]->name();
+            if ((first == -1 || it->second < first) &&
+                name_order(other.c_str(), other.length(), name, length) == 0) {
+                first = it->second;
+            }
+        }
+        return first == -1 ? nullptr : functions_[first];
+    }
     int current = buckets_.Head(name_bucket(name, length, bucket_bits_));
     // A chain read from a file may loop; no chain is longer than the table.
     for (int steps = 0; IsFunction(current) && steps < count_; ++steps) {
@@ -375,5 +404,8 @@ bool FunctionManager::Read(TaggedFile* file) {
     functions_ = functions;
     count_ = count;
     capacity_ = count;
+    by_name_.clear();
+    sorted_chains_.clear();
+    by_name_valid_ = false;
     return true;
 }

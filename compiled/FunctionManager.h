@@ -3,6 +3,10 @@
 #ifndef TARN_COMPILED_FUNCTIONMANAGER_H
 #define TARN_COMPILED_FUNCTIONMANAGER_H
 
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
 #include "compiled/Function.h"
 #include "compiled/TableSupport.h"
 #include "foundation/String.h"
@@ -63,6 +67,15 @@ class FunctionManager {
     int* chain_;
     Function** functions_;
     int count_;
+    // Functions by the case-folded hash of their names, for Function_Get: with thousands of
+    // functions the fixed buckets' chains grow long. It holds every function added; a table read
+    // from a file is looked up through its chains alone, as a loader does.
+    std::unordered_multimap<uint32_t, int> by_name_;
+    // Each bucket's chain as a sorted array, so that adding finds its place by halving rather
+    // than by walking the chain (tables of up to MAX_SORTED_BUCKETS buckets).
+    static constexpr int MAX_SORTED_BUCKETS = 1 << 16;
+    std::vector<std::vector<int>> sorted_chains_;
+    bool by_name_valid_ = true;
     int capacity_;
     Dictionary* dictionary_;  // not owned
 };

@@ -26,26 +26,66 @@ inline int name_order(const char* a, int a_length, const char* b, int b_length) 
 // one that ever had a chain take memory; every bucket above is empty. A table read from a file
 // thus costs what its bucket records name, not what its header asks for: a header may ask for
 // 2^28 buckets, a gigabyte for a few bytes of file, while records can name only buckets below
-// 32768 (their numbers are 16 bits, read as signed).
+// 32768 (their numbers are 16 bits, read as signed). A table that starts with none held keeps
+// its first few chains as (bucket, head) pairs instead, so that the small table of every
+// function costs a few pairs rather than an array up to its highest bucket.
 class BucketArray {
   public:
     // 'held' empty buckets kept in memory: the whole table, for one that is being built.
-    void Reset(int held) { heads_.assign(static_cast<size_t>(held), -1); }
+    void Reset(int held) {
+        heads_.assign(static_cast<size_t>(held), -1);
+        pairs_.clear();
+    }
     int Head(int bucket) const {
+        if (!pairs_.empty()) {
+            for (const Pair& pair : pairs_) {
+                if (pair.bucket == bucket) return pair.head;
+            }
+            return -1;
+        }
         return static_cast<size_t>(bucket) < heads_.size() ? heads_[static_cast<size_t>(bucket)]
                                                            : -1;
     }
     // 'bucket' must be one of the table's buckets.
     void SetHead(int bucket, int head) {
+        if (heads_.empty()) {
+            for (Pair& pair : pairs_) {
+                if (pair.bucket == bucket) {
+                    pair.head = head;
+                    return;
+                }
+            }
+            if (pairs_.size() < MAX_PAIRS) {
+                pairs_.push_back(Pair{bucket, head});
+                return;
+            }
+            for (const Pair& pair : pairs_) Store(pair.bucket, pair.head);
+            pairs_.clear();
+        }
+        Store(bucket, head);
+    }
+    int held() const {
+        int highest = -1;
+        for (const Pair& pair : pairs_) highest = pair.bucket > highest ? pair.bucket : highest;
+        return pairs_.empty() ? static_cast<int>(heads_.size()) : highest + 1;
+    }
+
+  private:
+    struct Pair {
+        int bucket;
+        int head;
+    };
+    static constexpr size_t MAX_PAIRS = 16;
+
+    void Store(int bucket, int head) {
         if (static_cast<size_t>(bucket) >= heads_.size()) {
             heads_.resize(static_cast<size_t>(bucket) + 1, -1);
         }
         heads_[static_cast<size_t>(bucket)] = head;
     }
-    int held() const { return static_cast<int>(heads_.size()); }
 
-  private:
     std::vector<int> heads_;
+    std::vector<Pair> pairs_;
 };
 
 #endif

@@ -88,6 +88,30 @@ TEST(FunctionManager, NamesMatchRegardlessOfCase) {
     EXPECT_EQ(get_u16(func.data() + 7), hash("main", 4, 0) & 0xFF);
 }
 
+// Thousands of functions in 256 buckets: lookups in any case find the first of equal names, as
+// the sorted chains do, and a table read back (looked up through its chains) agrees.
+TEST(FunctionManager, ManyFunctionsAreFoundAsTheChainsFindThem) {
+    Dictionary dictionary;
+    FunctionManager manager(&dictionary, 8);
+    std::vector<Function*> added;
+    for (int i = 0; i < 3000; i++) {
+        std::string name = "fn_" + std::to_string(i % 2500);
+        if (i >= 2500) name[0] = 'F';  // the same name again, in another case
+        added.push_back(manager.Function_Add(i, 0, name.c_str(), -1, nullptr, 0, 0));
+    }
+    OpenContainer in(container_with(TAG_FUNC, func_of(manager)));
+    FunctionManager loaded(&dictionary, 8);
+    ASSERT_TRUE(loaded.Read(&in.file)) << loaded.error().c_str();
+    for (int i = 0; i < 2500; i += 7) {
+        std::string name = "FN_" + std::to_string(i);
+        EXPECT_EQ(manager.Function_Get(name.c_str(), -1), added[static_cast<size_t>(i)]) << name;
+        ASSERT_NE(loaded.Function_Get(name.c_str(), -1), nullptr) << name;
+        EXPECT_EQ(loaded.Function_Get(name.c_str(), -1)->index(), i) << name;
+    }
+    EXPECT_EQ(manager.Function_Get("fn_2500", -1), nullptr);
+    EXPECT_EQ(loaded.Function_Get("fn_", -1), nullptr);
+}
+
 TEST(FunctionManager, ChainsAreSortedByLengthThenCaseFolded) {
     Dictionary dictionary;
     FunctionManager manager(&dictionary, 0);
