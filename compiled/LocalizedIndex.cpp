@@ -3,6 +3,8 @@
 
 #include "compiled/LocalizedIndex.h"
 
+#include <climits>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -28,6 +30,8 @@ constexpr uint32_t MAX_BUCKET_COUNT = 0x1FFFFFFF;
 constexpr uint32_t MAX_INDEX_COUNT_LOOSE = 0x1FFFFFFF;
 constexpr uint32_t MAX_INDEX_COUNT = 0x0FFFFFFF;
 constexpr uint32_t MAX_INDEX_RECORDS = 0x0AAAAAAA;
+// Entries first allocated for an index.
+constexpr int LOCALIZED_INDEX_FIRST_ALLOCATION = 4;
 
 int* new_links(int count) {
     int* links = new int[count];
@@ -42,12 +46,15 @@ LocalizedIndex::LocalizedIndex(Dictionary* dictionary, int bucket_bits, int capa
       bucket_bits_(bucket_bits),
       bucket_count_(1 << (bucket_bits & 31)),
       bucket_entries_(0),
-      next_(new_links(capacity)),
-      entries_(new _LI_Entry[capacity]()),
+      next_(nullptr),
+      entries_(nullptr),
       count_(0),
       capacity_(capacity),
+      allocated_(0),
       dictionary_(dictionary) {
-    buckets_.Reset(bucket_count_);
+    // Buckets and entries take memory as they are used: a file may hold many languages, most
+    // of them with few keys.
+    buckets_.Reset(0);
 }
 
 LocalizedIndex::~LocalizedIndex() {
@@ -76,20 +83,8 @@ const _LI_Entry* LocalizedIndex::entry(int i) const {
 // Chains are sorted as in the function table: shorter texts first, equal lengths by memcmpi,
 // a text equal to earlier ones after them.
 int LocalizedIndex::Add_Entry(int key, int value) {
-    if (count_ >= capacity_) {
-        int capacity = capacity_ + LOCALIZED_INDEX_GROWTH;
-        int* next = new_links(capacity);
-        _LI_Entry* entries = new _LI_Entry[capacity]();
-        for (int i = 0; i < count_; ++i) {
-            next[i] = next_[i];
-            entries[i] = entries_[i];
-        }
-        delete[] next_;
-        delete[] entries_;
-        next_ = next;
-        entries_ = entries;
-        capacity_ = capacity;
-    }
+    if (count_ >= capacity_) capacity_ += LOCALIZED_INDEX_GROWTH;
+    Allocate(count_ + 1);
     int added = count_;
     entries_[added] = _LI_Entry{key, value};
     next_[added] = -1;
@@ -275,5 +270,27 @@ bool LocalizedIndex::Read(TaggedFile* file, int tag) {
     entries_ = entries;
     count_ = count;
     capacity_ = count;
+    allocated_ = count;
     return true;
+}
+
+// Makes at least 'needed' entries (and links) real, doubling from a few; the capacity counts in
+// steps of 128 beside it. Not held to the capacity: a long index would otherwise be copied once
+// per step.
+void LocalizedIndex::Allocate(int needed) {
+    if (needed <= allocated_) return;
+    int64_t size = allocated_ > 0 ? allocated_ : LOCALIZED_INDEX_FIRST_ALLOCATION;
+    while (size < needed) size *= 2;
+    if (size > INT_MAX / static_cast<int64_t>(sizeof(_LI_Entry))) size = needed;
+    int* next = new_links(static_cast<int>(size));
+    _LI_Entry* entries = new _LI_Entry[static_cast<size_t>(size)]();
+    for (int i = 0; i < allocated_; ++i) {
+        next[i] = next_[i];
+        entries[i] = entries_[i];
+    }
+    delete[] next_;
+    delete[] entries_;
+    next_ = next;
+    entries_ = entries;
+    allocated_ = static_cast<int>(size);
 }

@@ -50,6 +50,8 @@ class LocalizedIndex {
     const _LI_Entry* entry(int i) const;
 
   private:
+    void Allocate(int needed);
+
     // 'i' is a link a walk may follow: links read from a file are not checked.
     bool IsEntry(int i) const { return i >= 0 && i < count_; }
 
@@ -62,6 +64,8 @@ class LocalizedIndex {
     _LI_Entry* entries_;
     int count_;
     int capacity_;
+    // Entries behind 'next_' and 'entries_', allocated as they fill.
+    int allocated_;
     Dictionary* dictionary_;  // not owned
     String error_;
 };

@@ -5,6 +5,8 @@
 #include "compiled/LocalizedLanguages.h"
 
 #include <cassert>
+#include <climits>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -48,10 +50,11 @@ LocalizedLanguages::LocalizedLanguages(TarnApplication* application, Dictionary*
     : bucket_bits_(bucket_bits),
       bucket_count_(1 << (bucket_bits & 31)),
       bucket_entries_(0),
-      next_(new_links(capacity)),
-      languages_(new _LL_Entry[capacity]()),
+      next_(nullptr),
+      languages_(nullptr),
       count_(0),
       capacity_(capacity),
+      allocated_(0),
       application_(application),
       dictionary_(dictionary),
       file_(file),
@@ -89,20 +92,8 @@ const _LL_Entry* LocalizedLanguages::language(int i) const {
 // Chains are sorted as in the function table: shorter codes first, equal lengths by memcmpi,
 // a code equal to earlier ones after them.
 int LocalizedLanguages::Add_Entry(int code) {
-    if (count_ >= capacity_) {
-        int capacity = capacity_ + LOCALIZED_LANGUAGES_GROWTH;
-        int* next = new_links(capacity);
-        _LL_Entry* languages = new _LL_Entry[capacity]();
-        for (int i = 0; i < count_; ++i) {
-            next[i] = next_[i];
-            languages[i] = languages_[i];
-        }
-        delete[] next_;
-        delete[] languages_;
-        next_ = next;
-        languages_ = languages;
-        capacity_ = capacity;
-    }
+    if (count_ >= capacity_) capacity_ += LOCALIZED_LANGUAGES_GROWTH;
+    Allocate(count_ + 1);
     int added = count_;
     languages_[added] = _LL_Entry{code, nullptr};
     next_[added] = -1;
@@ -371,9 +362,31 @@ bool LocalizedLanguages::Read() {
     languages_ = languages;
     count_ = count;
     capacity_ = count;
+    allocated_ = count;
     current_language_ = -1;
     current_count_ = 0;
     default_language_ = -1;
     default_count_ = 0;
     return true;
+}
+
+// Makes at least 'needed' language records (and links) real, doubling; the capacity counts in
+// steps of 8 beside it. Not held to the capacity: a long table would otherwise be copied once
+// per step.
+void LocalizedLanguages::Allocate(int needed) {
+    if (needed <= allocated_) return;
+    int64_t size = allocated_ > 0 ? allocated_ : LOCALIZED_LANGUAGES_GROWTH;
+    while (size < needed) size *= 2;
+    if (size > INT_MAX / static_cast<int64_t>(sizeof(_LL_Entry))) size = needed;
+    int* next = new_links(static_cast<int>(size));
+    _LL_Entry* languages = new _LL_Entry[static_cast<size_t>(size)]();
+    for (int i = 0; i < allocated_; ++i) {
+        next[i] = next_[i];
+        languages[i] = languages_[i];
+    }
+    delete[] next_;
+    delete[] languages_;
+    next_ = next;
+    languages_ = languages;
+    allocated_ = static_cast<int>(size);
 }

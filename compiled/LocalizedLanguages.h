@@ -65,6 +65,8 @@ class LocalizedLanguages {
     const _LL_Entry* language(int i) const;
 
   private:
+    void Allocate(int needed);
+
     // 'i' is a link a walk may follow: links read from a file are not checked.
     bool IsLanguage(int i) const { return i >= 0 && i < count_; }
     // Position of the language 'code_text', or -1; loads nothing.
@@ -80,6 +82,8 @@ class LocalizedLanguages {
     _LL_Entry* languages_;
     int count_;
     int capacity_;
+    // Records behind 'languages_' and 'next_', allocated as they fill.
+    int allocated_;
     TarnApplication* application_;
     Dictionary* dictionary_;  // not owned
     TaggedFile* file_;        // not owned
