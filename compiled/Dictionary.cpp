@@ -28,6 +28,15 @@ uint64_t window_hash(uint64_t window) {
     return window >> (64 - WINDOW_FILTER_BITS);
 }
 
+// Hash of a remembered text; never 0, which marks a free slot.
+uint64_t repeat_hash(const char* text, int length) {
+    uint64_t hash = 0xCBF29CE484222325ull;
+    for (int k = 0; k < length; k++) {
+        hash = (hash ^ static_cast<unsigned char>(text[k])) * 0x100000001B3ull;
+    }
+    return hash | 1;
+}
+
 // Native-order loads: they only feed the filter's hash, never the file.
 uint64_t window4(const char* p) {
     uint32_t v;
@@ -123,6 +132,8 @@ Dictionary::Dictionary()
       flags_(0),
       windows_block_(nullptr),
       windows_used_(0),
+      repeats_block_(nullptr),
+      repeats_used_(0),
       compressed_(false) {}
 
 Dictionary::Dictionary(const Dictionary& other)
@@ -133,6 +144,8 @@ Dictionary::Dictionary(const Dictionary& other)
       flags_(other.flags_),
       windows_block_(nullptr),
       windows_used_(0),
+      repeats_block_(nullptr),
+      repeats_used_(0),
       compressed_(other.compressed_) {
     std::unordered_map<const DictionaryDataBlock*, DictionaryDataBlock*> copy_of;
     for (const DictionaryDataBlock* block : other.blocks_) {
@@ -154,6 +167,7 @@ void Dictionary::Free_Blocks() {
     current_ = nullptr;
     // A new block may get the address of a freed one.
     windows_block_ = nullptr;
+    repeats_block_ = nullptr;
 }
 
 const String& Dictionary::error() {
@@ -182,8 +196,14 @@ int Dictionary::Entry_Add(const char* text, int length) {
     entries_.push_back(Entry_Slot{nullptr, -1, length});
     Entry_Slot& entry = entries_.back();
     if (current_ != nullptr) {
-        int offset = Surely_Absent(text, length) ? current_->Append(text, length)
+        int offset = Repeated_Offset(text, length);
+        if (offset == -1) {
+            int used = current_->used();
+            offset = Surely_Absent(text, length) ? current_->Append(text, length)
                                                  : current_->Add(text, length);
+            // An occurrence ends within the old bytes, so an offset at the old end was appended.
+            if (offset != -1) Remember(text, length, offset, offset == used ? used : -1);
+        }
         if (offset != -1) {
             entry.block = current_;
             entry.offset = offset;
@@ -198,6 +218,51 @@ int Dictionary::Entry_Add(const char* text, int length) {
     entry.block = block;
     blocks_.push_back(block);
     return index;
+}
+
+// The leftmost offset of a text added to the current block before, or -1 when it was not (or
+// is too long to be remembered). A text that was found then is still leftmost where it was:
+// later bytes only add occurrences to its right. A text that was appended had no occurrence
+// before, so the leftmost one now starts at most 'length' - 1 bytes before the old end, across
+// the joint ("a", "aa", "aa" at 0, 1, 0), or at its own place.
+int Dictionary::Repeated_Offset(const char* text, int length) {
+    if (length == 0 || length > REPEAT_MAX_LENGTH) return -1;
+    if (repeats_block_ != current_) {
+        repeats_.assign(REPEAT_SLOTS, Repeat{0, 0, 0, 0});
+        repeats_block_ = current_;
+        repeats_used_ = 0;
+    }
+    uint64_t hash = repeat_hash(text, length);
+    for (size_t at = hash & (REPEAT_SLOTS - 1);; at = (at + 1) & (REPEAT_SLOTS - 1)) {
+        Repeat& repeat = repeats_[at];
+        if (repeat.hash == 0) return -1;
+        if (repeat.hash != hash || repeat.length != length) continue;
+        const char* bytes = current_->data();
+        if (std::memcmp(bytes + repeat.offset, text, static_cast<size_t>(length)) != 0) return -1;
+        if (repeat.appended_at >= 0) {
+            int from = repeat.appended_at - length + 1 > 0 ? repeat.appended_at - length + 1 : 0;
+            for (int p = from; p < repeat.appended_at; p++) {
+                if (std::memcmp(bytes + p, text, static_cast<size_t>(length)) == 0) {
+                    repeat.offset = p;
+                    break;
+                }
+            }
+            repeat.appended_at = -1;
+        }
+        return repeat.offset;
+    }
+}
+
+// Remembers where a text went in the current block: 'appended_at' is the old end when it was
+// appended there, -1 when it was found.
+void Dictionary::Remember(const char* text, int length, int offset, int appended_at) {
+    if (length == 0 || length > REPEAT_MAX_LENGTH || repeats_block_ != current_) return;
+    if ((repeats_used_ + 1) * 2 > REPEAT_SLOTS) return;
+    uint64_t hash = repeat_hash(text, length);
+    size_t at = hash & (REPEAT_SLOTS - 1);
+    while (repeats_[at].hash != 0) at = (at + 1) & (REPEAT_SLOTS - 1);
+    repeats_[at] = Repeat{hash, length, offset, appended_at};
+    repeats_used_++;
 }
 
 // Brings the window filter up to the current block's bytes; true when the text has a window that

@@ -4,6 +4,8 @@
 #ifndef TARN_COMPILED_DICTIONARY_H
 #define TARN_COMPILED_DICTIONARY_H
 
+#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "compiled/TaggedFile.h"
@@ -106,6 +108,8 @@ class Dictionary {
 
     void Free_Blocks();
     bool Surely_Absent(const char* text, int length);
+    int Repeated_Offset(const char* text, int length);
+    void Remember(const char* text, int length, int offset, int appended_at);
     void Note_Windows(int from);
 
     String error_;
@@ -122,6 +126,20 @@ class Dictionary {
     std::vector<uint64_t> windows_;
     const DictionaryDataBlock* windows_block_;
     int windows_used_;
+    // Where short texts added to the current block went, so that a name added again and again
+    // (every function's parameters) is not searched for each time. It describes
+    // 'repeats_block_' only; open addressing, filled to half at most.
+    struct Repeat {
+        uint64_t hash;
+        int length;
+        int offset;
+        int appended_at;
+    };
+    static constexpr int REPEAT_MAX_LENGTH = 64;
+    static constexpr size_t REPEAT_SLOTS = 1024;
+    std::vector<Repeat> repeats_;
+    const DictionaryDataBlock* repeats_block_;
+    size_t repeats_used_;
     // Nothing was added since the last Compress: repacking again would give the same bytes and
     // offsets, so it only settles the block to its used size.
     bool compressed_;
