@@ -2,6 +2,7 @@
 #include "foundation/String.h"
 
 #include <cctype>
+#include <climits>
 #include <cstring>
 
 #include "foundation/Base64.h"
@@ -23,7 +24,9 @@ int text_length(const char* s, int n) {
         return 0;
     }
     if (n == -1) {
-        return static_cast<int>(std::strlen(s));
+        // Counts are 32-bit; a longer text is taken only up to what a count can hold.
+        size_t measured = std::strlen(s);
+        return measured > static_cast<size_t>(INT_MAX) ? INT_MAX : static_cast<int>(measured);
     }
     return n < 0 ? 0 : n;
 }
