@@ -47,6 +47,7 @@ LocalizedIndex::LocalizedIndex(Dictionary* dictionary, int bucket_bits, int capa
       bucket_count_(1 << (bucket_bits & 31)),
       bucket_entries_(0),
       next_(nullptr),
+      run_last_(nullptr),
       entries_(nullptr),
       count_(0),
       capacity_(capacity),
@@ -59,6 +60,7 @@ LocalizedIndex::LocalizedIndex(Dictionary* dictionary, int bucket_bits, int capa
 
 LocalizedIndex::~LocalizedIndex() {
     delete[] next_;
+    delete[] run_last_;
     delete[] entries_;
 }
 
@@ -88,6 +90,7 @@ int LocalizedIndex::Add_Entry(int key, int value) {
     int added = count_;
     entries_[added] = _LI_Entry{key, value};
     next_[added] = -1;
+    run_last_[added] = -1;
     int length = 0;
     const char* text = dictionary_->Entry(key, &length);
     if (text == nullptr) return -1;
@@ -95,14 +98,17 @@ int LocalizedIndex::Add_Entry(int key, int value) {
 
     int bucket = name_bucket(text, length, bucket_bits_);
     int previous = -1;
+    int twins = -1;  // the first of the new key's twins, when it has any
     int current = buckets_.Head(bucket);
     if (current == -1) ++bucket_entries_;
     for (int steps = 0; IsEntry(current) && current != added && steps < count_; ++steps) {
         int size = 0;
         const char* other = dictionary_->Entry(entries_[current].key, &size);
-        if (name_order(other, size, text, length) > 0) break;
-        previous = current;
-        current = next_[current];
+        int order = name_order(other, size, text, length);
+        if (order > 0) break;
+        if (order == 0) twins = current;
+        previous = RunEnd(current, added);
+        current = next_[previous];
     }
     next_[added] = IsEntry(current) && current != added ? current : -1;
     if (previous == -1) {
@@ -110,6 +116,8 @@ int LocalizedIndex::Add_Entry(int key, int value) {
     } else {
         next_[previous] = added;
     }
+    // The new entry ends its twins' run (or starts one of its own).
+    if (twins != -1) run_last_[twins] = added;
     return added;
 }
 
@@ -129,7 +137,7 @@ const _LI_Entry* LocalizedIndex::Get_Entry(const char* text, int length) {
         int order = name_order(other, size, text, length);
         if (order > 0) return nullptr;
         if (order == 0) return &entries_[current];
-        current = next_[current];
+        current = next_[RunEnd(current, -1)];
     }
     return nullptr;
 }
@@ -250,6 +258,8 @@ bool LocalizedIndex::Read(TaggedFile* file, int tag) {
     }
     int* next = new int[count];
     _LI_Entry* entries = new _LI_Entry[count];
+    // Links from a file are not trusted to keep twins together: every entry is a run of its own.
+    int* run_last = new_links(count);
     for (int i = 0; i < count; ++i) {
         const unsigned char* p = entry_records.data() + ENTRY_RECORD_SIZE * i;
         entries[i] = _LI_Entry{get_s32(p), get_s32(p + 8)};
@@ -258,8 +268,9 @@ bool LocalizedIndex::Read(TaggedFile* file, int tag) {
     file->Section_Read_End();
 
     delete[] next_;
+    delete[] run_last_;
     delete[] entries_;
-    buckets_ = buckets;
+    buckets_ = std::move(buckets);
     bucket_bits_ = static_cast<int>(bucket_bits);
     bucket_count_ = static_cast<int>(bucket_count);
     bucket_entries_ = 0;
@@ -267,6 +278,7 @@ bool LocalizedIndex::Read(TaggedFile* file, int tag) {
         if (buckets_.Head(b) != -1) ++bucket_entries_;
     }
     next_ = next;
+    run_last_ = run_last;
     entries_ = entries;
     count_ = count;
     capacity_ = count;
@@ -283,14 +295,26 @@ void LocalizedIndex::Allocate(int needed) {
     while (size < needed) size *= 2;
     if (size > INT_MAX / static_cast<int64_t>(sizeof(_LI_Entry))) size = needed;
     int* next = new_links(static_cast<int>(size));
+    int* run_last = new_links(static_cast<int>(size));
     _LI_Entry* entries = new _LI_Entry[static_cast<size_t>(size)]();
     for (int i = 0; i < allocated_; ++i) {
         next[i] = next_[i];
+        run_last[i] = run_last_[i];
         entries[i] = entries_[i];
     }
     delete[] next_;
+    delete[] run_last_;
     delete[] entries_;
     next_ = next;
+    run_last_ = run_last;
     entries_ = entries;
     allocated_ = static_cast<int>(size);
+}
+
+// The last of the twins that follow 'entry' in its chain (entry itself when it has none known):
+// a walk passes a run of equal keys in one step, so that one key given many times does not make
+// every add walk them all. 'added' is the entry being linked, never part of a run yet.
+int LocalizedIndex::RunEnd(int entry, int added) const {
+    const int last = run_last_[entry];
+    return IsEntry(last) && last != added ? last : entry;
 }

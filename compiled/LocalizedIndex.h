@@ -51,6 +51,7 @@ class LocalizedIndex {
 
   private:
     void Allocate(int needed);
+    int RunEnd(int entry, int added) const;
 
     // 'i' is a link a walk may follow: links read from a file are not checked.
     bool IsEntry(int i) const { return i >= 0 && i < count_; }
@@ -61,6 +62,9 @@ class LocalizedIndex {
     int bucket_count_;
     int bucket_entries_;
     int* next_;
+    // For the first entry of a run of twins (equal keys, next to each other in their chain), the
+    // last of the run; -1 for any other entry. Links read from a file start with none.
+    int* run_last_;
     _LI_Entry* entries_;
     int count_;
     int capacity_;

@@ -57,6 +57,7 @@ VariableHash::VariableHash(Dictionary* dictionary, int bucket_bits, int capacity
       bucket_count_(1 << (bucket_bits & 31)),
       bucket_entries_(0),
       next_(nullptr),
+      run_last_(nullptr),
       capacity_(capacity),
       allocated_(0),
       entries_(nullptr),
@@ -75,6 +76,7 @@ VariableHash::VariableHash(TarnApplication* application, Dictionary* dictionary,
       bucket_count_(other.bucket_count_),
       bucket_entries_(other.bucket_entries_),
       next_(new int[other.allocated_]),
+      run_last_(new int[other.allocated_]),
       capacity_(other.capacity_),
       allocated_(other.allocated_),
       entries_(new _VH_Entry[other.allocated_]),
@@ -83,6 +85,7 @@ VariableHash::VariableHash(TarnApplication* application, Dictionary* dictionary,
       error_(other.error_) {
     if (allocated_ > 0) {
         std::memcpy(next_, other.next_, sizeof(int) * static_cast<size_t>(allocated_));
+        std::memcpy(run_last_, other.run_last_, sizeof(int) * static_cast<size_t>(allocated_));
     }
     for (int i = 0; i < allocated_; ++i) {
         entries_[i] = other.entries_[i];
@@ -94,6 +97,7 @@ VariableHash::VariableHash(TarnApplication* application, Dictionary* dictionary,
 
 VariableHash::~VariableHash() {
     delete[] next_;
+    delete[] run_last_;
     delete[] entries_;
 }
 
@@ -124,6 +128,7 @@ int VariableHash::Insert(int name_index, const char* name, int length, Variable*
     }
     entries_[added] = _VH_Entry{name_index, Version(), variable};
     next_[added] = -1;
+    run_last_[added] = -1;
     ++count_;
     // A name the dictionary does not hold cannot be hashed: the entry keeps its number but no
     // lookup will reach it.
@@ -131,14 +136,17 @@ int VariableHash::Insert(int name_index, const char* name, int length, Variable*
 
     int bucket = BucketOf(name, length);
     int previous = -1;
+    int twins = -1;  // the first of the new name's twins, when it has any
     int current = buckets_.Head(bucket);
     if (current == -1) ++bucket_entries_;
     for (int steps = 0; IsEntry(current) && current != added && steps < count_; ++steps) {
         int size = 0;
         const char* text = dictionary_->Entry(entries_[current].name_index, &size);
-        if (name_order(text, size, name, length) > 0) break;
-        previous = current;
-        current = next_[current];
+        int order = name_order(text, size, name, length);
+        if (order > 0) break;
+        if (order == 0) twins = current;
+        previous = RunEnd(current, added);
+        current = next_[previous];
     }
     next_[added] = IsEntry(current) && current != added ? current : -1;
     if (previous == -1) {
@@ -146,6 +154,8 @@ int VariableHash::Insert(int name_index, const char* name, int length, Variable*
     } else {
         next_[previous] = added;
     }
+    // The new entry ends its twins' run (or starts one of its own).
+    if (twins != -1) run_last_[twins] = added;
     return added;
 }
 
@@ -170,7 +180,7 @@ int VariableHash::Seek(int name_index, const char* name, int length, _VH_Entry**
             if (out != nullptr) *out = &entries_[current];
             return current;
         }
-        current = next_[current];
+        current = next_[RunEnd(current, -1)];
     }
     return -1;
 }
@@ -453,12 +463,15 @@ int VariableHash::Read(TaggedFile* file) {
     }
     int* next = new int[count];
     _VH_Entry* entries = new_entries(count);
+    // Links from a file are not trusted to keep twins together: every entry is a run of its own.
+    int* run_last = new_links(count);
     for (int i = 0; i < count; ++i) {
         entries[i].name_index = get_s32(variable_records.data() + VARIABLE_RECORD_SIZE * i);
         next[i] = get_s32(variable_records.data() + VARIABLE_RECORD_SIZE * i + 4);
     }
 
     delete[] next_;
+    delete[] run_last_;
     delete[] entries_;
     buckets_ = std::move(buckets);
     bucket_bits_ = static_cast<int>(bucket_bits);
@@ -470,6 +483,7 @@ int VariableHash::Read(TaggedFile* file) {
         if (buckets_.Head(b) != -1) ++bucket_entries_;
     }
     next_ = next;
+    run_last_ = run_last;
     entries_ = entries;
     capacity_ = count;
     allocated_ = count;
@@ -505,14 +519,27 @@ void VariableHash::Allocate(int needed) {
     while (size < needed) size *= 2;
     if (size > INT_MAX / static_cast<int64_t>(sizeof(_VH_Entry))) size = needed;
     int* next = new_links(static_cast<int>(size));
+    int* run_last = new_links(static_cast<int>(size));
     _VH_Entry* entries = new_entries(static_cast<int>(size));
     for (int i = 0; i < allocated_; ++i) {
         next[i] = next_[i];
+        run_last[i] = run_last_[i];
         entries[i] = entries_[i];
     }
     delete[] next_;
+    delete[] run_last_;
     delete[] entries_;
     next_ = next;
+    run_last_ = run_last;
     entries_ = entries;
     allocated_ = static_cast<int>(size);
+}
+
+// The last of the twins that follow 'entry' in its chain (entry itself when it has none known):
+// a walk passes a run of equal names in one step, so that many variables of one name (empty
+// names, parameters of one name) do not make every insert walk them all. 'added' is the entry
+// being linked, never part of a run yet.
+int VariableHash::RunEnd(int entry, int added) const {
+    const int last = run_last_[entry];
+    return IsEntry(last) && last != added ? last : entry;
 }

@@ -89,6 +89,7 @@ class VariableHash {
     friend class ReferenceVariableHash;
 
     int BucketOf(const char* name, int length) const;
+    int RunEnd(int entry, int added) const;
     void Grow();
     void Allocate(int needed);
 
@@ -97,6 +98,9 @@ class VariableHash {
     int bucket_count_;
     int bucket_entries_;
     int* next_;
+    // For the first entry of a run of twins (equal names, next to each other in their chain),
+    // the last of the run; -1 for any other entry. Links read from a file start with none.
+    int* run_last_;
     // 'capacity_' is the table's size as it grows in fixed steps; only the first 'allocated_'
     // entries (and links) are in memory, doubling as entries are added, so that the many small
     // tables of a program (one per function) cost what they hold.
