@@ -1,6 +1,7 @@
-// Identifier tree with a hash index beside it; the tree stays the authority.
+// Identifier table as a hash table with linear probing.
 #include "assembler/IndexedPlaceHolderTree.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -18,49 +19,59 @@ uint64_t key_hash(const char* key) {
 
 }  // namespace
 
-// The slot of 'key', or the empty slot where it would go.
-size_t IndexedPlaceHolderTree::Probe(const char* key, uint64_t hash) {
+IndexedPlaceHolderTree::~IndexedPlaceHolderTree() {
+    Dump();
+}
+
+// The first slot of 'key' along its probe run (the earliest of its objects, since inserts go
+// to the end of the run and removals keep the run's order), or the empty slot ending the run.
+size_t IndexedPlaceHolderTree::Probe(const char* key, uint64_t hash) const {
     size_t mask = slots_.size() - 1;
     for (size_t at = hash & mask;; at = (at + 1) & mask) {
         const Slot& slot = slots_[at];
         if (slot.object == nullptr) return at;
-        if (slot.hash == hash && std::strcmp(Key(slot.object), key) == 0) return at;
+        if (slot.hash == hash && std::strcmp(slot.object->name(), key) == 0) return at;
     }
 }
 
+// Re-inserting in slot order keeps repeated keys in their order: the earlier of two lies
+// earlier on the same run.
 void IndexedPlaceHolderTree::Grow() {
     std::vector<Slot> old;
     old.swap(slots_);
     slots_.assign(old.empty() ? FIRST_SLOTS : old.size() * 2, Slot{0, nullptr});
-    for (const Slot& slot : old) {
-        if (slot.object != nullptr) slots_[Probe(Key(slot.object), slot.hash)] = slot;
+    size_t mask = slots_.size() - 1;
+    // Starting from a slot that begins a run, so that no run is split across the wrap.
+    size_t start = 0;
+    while (start < old.size() && old[start].object != nullptr) start++;
+    for (size_t k = 0; k < old.size(); k++) {
+        const Slot& slot = old[(start + k) % old.size()];
+        if (slot.object == nullptr) continue;
+        size_t at = slot.hash & mask;
+        while (slots_[at].object != nullptr) at = (at + 1) & mask;
+        slots_[at] = slot;
     }
 }
 
 ResolvablePlaceHolder* IndexedPlaceHolderTree::Insert(ResolvablePlaceHolder* object) {
-    PlaceHolderTree::Insert(object);
-    if (repeated_) return object;
     if ((used_ + 1) * 2 > slots_.size()) Grow();
-    const char* key = Key(object);
-    uint64_t hash = key_hash(key);
-    Slot& slot = slots_[Probe(key, hash)];
-    if (slot.object != nullptr) {
-        repeated_ = true;
-    } else {
-        slot = Slot{hash, object};
-        used_++;
-    }
+    uint64_t hash = key_hash(object->name());
+    size_t mask = slots_.size() - 1;
+    size_t at = hash & mask;
+    while (slots_[at].object != nullptr) at = (at + 1) & mask;
+    slots_[at] = Slot{hash, object};
+    used_++;
     return object;
 }
 
 // Takes the slot out and moves later slots of the same run back, so that probing still finds
 // them without markers for removed keys.
 ResolvablePlaceHolder* IndexedPlaceHolderTree::Remove(const char* key) {
-    ResolvablePlaceHolder* removed = PlaceHolderTree::Remove(key);
-    if (removed == nullptr || repeated_ || slots_.empty()) return removed;
+    if (slots_.empty()) return nullptr;
     size_t mask = slots_.size() - 1;
     size_t hole = Probe(key, key_hash(key));
-    if (slots_[hole].object == nullptr) return removed;
+    ResolvablePlaceHolder* removed = slots_[hole].object;
+    if (removed == nullptr) return nullptr;
     slots_[hole] = Slot{0, nullptr};
     used_--;
     for (size_t at = (hole + 1) & mask; slots_[at].object != nullptr; at = (at + 1) & mask) {
@@ -76,14 +87,32 @@ ResolvablePlaceHolder* IndexedPlaceHolderTree::Remove(const char* key) {
 }
 
 ResolvablePlaceHolder* IndexedPlaceHolderTree::Find(const char* key) {
-    if (repeated_) return PlaceHolderTree::Find(key);
     if (slots_.empty()) return nullptr;
     return slots_[Probe(key, key_hash(key))].object;
 }
 
 void IndexedPlaceHolderTree::Dump() {
-    PlaceHolderTree::Dump();
+    if (owner()) {
+        for (const Slot& slot : slots_) delete slot.object;
+    }
     slots_.clear();
+    slots_.shrink_to_fit();
     used_ = 0;
-    repeated_ = false;
+}
+
+void IndexedPlaceHolderTree::AppendToList(List<ResolvablePlaceHolder>& list) {
+    std::vector<ResolvablePlaceHolder*> objects;
+    objects.reserve(used_);
+    // Walked like Grow, so that repeated keys come out in their order.
+    size_t start = 0;
+    while (start < slots_.size() && slots_[start].object != nullptr) start++;
+    for (size_t k = 0; k < slots_.size(); k++) {
+        const Slot& slot = slots_[(start + k) % slots_.size()];
+        if (slot.object != nullptr) objects.push_back(slot.object);
+    }
+    std::stable_sort(objects.begin(), objects.end(),
+                     [](ResolvablePlaceHolder* a, ResolvablePlaceHolder* b) {
+                         return std::strcmp(a->name(), b->name()) < 0;
+                     });
+    for (ResolvablePlaceHolder* object : objects) list.Insert(object, LIST_TAIL);
 }

@@ -70,7 +70,7 @@ class RBTree {
     virtual int Compare(K key, T* object) { return rbtree_compare(key, Key(object)); }
 
     // Appends the objects in key order at the tail of 'list'.
-    void AppendToList(List<T>& list) { AppendNode(root_, list); }
+    virtual void AppendToList(List<T>& list) { AppendNode(root_, list); }
 
     // True when every path from the root down holds the same number of black links and no red
     // link follows another: the balance that bounds the depth.
@@ -78,6 +78,9 @@ class RBTree {
         int black_height = 0;
         return !IsRed(root_) && CheckNode(root_, 0, &black_height);
     }
+
+  protected:
+    int owner() const { return owner_; }
 
   private:
     struct Node {

@@ -8,7 +8,7 @@
 ResolvablePlaceHolder::ResolvablePlaceHolder(const char* name, int length, int value,
                                              FunctionContext* context, int opcode,
                                              int operand_number)
-    : name_(new char[length + 1]),
+    : name_(length < INLINE_NAME ? inline_name_ : new char[length + 1]),
       name_length_(length),
       value_(value),
       context_(context),
@@ -19,7 +19,7 @@ ResolvablePlaceHolder::ResolvablePlaceHolder(const char* name, int length, int v
 }
 
 ResolvablePlaceHolder::~ResolvablePlaceHolder() {
-    delete[] name_;
+    if (name_ != inline_name_) delete[] name_;
 }
 
 Segment* ResolvablePlaceHolder::SegmentAddress() const {

@@ -30,12 +30,17 @@ class ResolvablePlaceHolder {
     int operand_number() const { return operand_number_; }
 
   private:
+    // Names shorter than this live in the object itself: labels and identifiers are mostly
+    // short, and a program has hundreds of thousands of them.
+    static constexpr int INLINE_NAME = 16;
+
     char* name_;
     int name_length_;
     int value_;
     FunctionContext* context_;
     int opcode_;
     int operand_number_;
+    char inline_name_[INLINE_NAME];
 };
 
 #endif

@@ -93,7 +93,8 @@ Function* FunctionManager::Function_Add(Function* function) {
 Function* FunctionManager::Function_Add(Function* function, const char* name, int length) {
     length = measured(name, length);
     if (count_ == capacity_) {
-        int capacity = capacity_ + FUNCTION_TABLE_GROWTH;
+        // Doubling: a file of many functions is not recopied every FUNCTION_TABLE_GROWTH.
+        int capacity = capacity_ + std::max(capacity_, FUNCTION_TABLE_GROWTH);
         int* chain = new_links(capacity);
         Function** functions = new Function*[capacity]();
         for (int i = 0; i < count_; ++i) {

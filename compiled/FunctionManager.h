@@ -14,7 +14,7 @@
 class Dictionary;
 class TaggedFile;
 
-// The function and chain arrays grow by this many functions when full.
+// The function and chain arrays start with room for this many functions, and double when full.
 constexpr int FUNCTION_TABLE_GROWTH = 64;
 
 class FunctionManager {

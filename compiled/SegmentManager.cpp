@@ -1,6 +1,7 @@
 // Code segments of a compiled file: numbering, and the section "segs" that holds them all.
 #include "compiled/SegmentManager.h"
 
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -18,12 +19,14 @@ constexpr uint32_t SEGMENT_ENTRIES_MAX = 0x0FFFFFFF;
 SegmentManager::SegmentManager()
     : segments_(new Segment*[SEGMENT_SLOT_STEP]()),
       capacity_(SEGMENT_SLOT_STEP),
+      held_(SEGMENT_SLOT_STEP),
       count_(1),
       start_(0) {}
 
 SegmentManager::SegmentManager(const SegmentManager& other)
     : segments_(new Segment*[other.capacity_]()),
       capacity_(other.capacity_),
+      held_(other.capacity_),
       count_(other.count_),
       start_(other.start_),
       error_(other.error_) {
@@ -62,10 +65,14 @@ Segment* SegmentManager::Start() {
 
 Segment* SegmentManager::Segment_Add() {
     if (count_ == capacity_) {
-        Segment** grown = new Segment*[capacity_ + SEGMENT_SLOT_STEP]();
-        for (int i = 0; i < capacity_; i++) grown[i] = segments_[i];
-        delete[] segments_;
-        segments_ = grown;
+        if (capacity_ == held_) {
+            int held = held_ > INT32_MAX / 2 ? INT32_MAX : held_ * 2;
+            Segment** grown = new Segment*[held]();
+            for (int i = 0; i < capacity_; i++) grown[i] = segments_[i];
+            delete[] segments_;
+            segments_ = grown;
+            held_ = held;
+        }
         capacity_ += SEGMENT_SLOT_STEP;
     }
     Segment* added = new Segment(count_);
@@ -169,6 +176,7 @@ bool SegmentManager::Read(TaggedFile* file) {
     Free();
     segments_ = segments;
     capacity_ = entries;
+    held_ = entries;
     count_ = entries;
     start_ = start;
     return true;

@@ -42,7 +42,11 @@ class SegmentManager {
     void Free();
 
     Segment** segments_;
+    // The slots reported: whole steps of SEGMENT_SLOT_STEP. The array behind them ('held_'
+    // slots, at least the capacity) doubles, so that a file of many functions is not recopied
+    // at every step.
     int capacity_;
+    int held_;
     int count_;
     int start_;
     String error_;

@@ -1,58 +1,86 @@
-// The indexed identifier tree must find exactly what the plain tree finds, through inserts,
-// removals, repeated names and dumps.
+// The indexed identifier table against a plain model: a list of (name, value) in insertion
+// order, where Find and Remove take the earliest entry of a name.
 #include "assembler/IndexedPlaceHolderTree.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
+#include <utility>
+#include <vector>
 
-TEST(IndexedPlaceHolderTree, FindsWhatThePlainTreeFinds) {
+namespace {
+
+using Model = std::vector<std::pair<std::string, int>>;
+
+Model::iterator earliest(Model& model, const std::string& name) {
+    return std::find_if(model.begin(), model.end(), [&](const auto& e) { return e.first == name; });
+}
+
+}  // namespace
+
+TEST(IndexedPlaceHolderTree, BehavesAsAnInsertionOrderedMultiset) {
     std::mt19937 random(11);
-    for (int round = 0; round < 50; round++) {
+    for (int round = 0; round < 60; round++) {
         IndexedPlaceHolderTree indexed(1);
-        PlaceHolderTree plain(1);
-        for (int step = 0; step < 300; step++) {
-            std::string name = "n" + std::to_string(random() % 60);
-            if (round % 10 == 0 && random() % 3 == 0) name = "N" + name.substr(1);
-            switch (random() % 6) {
+        Model model;
+        // Few names in some rounds, so that runs fill, wrap and repeat; many in others, so
+        // that the table grows several times with repeated names inside.
+        const unsigned names = round % 3 == 0 ? 7 : 400;
+        for (int step = 0; step < 1200; step++) {
+            std::string name = "n" + std::to_string(random() % names);
+            switch (random() % 7) {
                 case 0:
                 case 1:
                 case 2:
                     // Repeated names only now and then, as a duplicate check would allow.
-                    if (plain.Find(name.c_str()) == nullptr || random() % 40 == 0) {
-                        int length = static_cast<int>(name.size());
-                        indexed.Insert(new ResolvablePlaceHolder(name.c_str(), length, step));
-                        plain.Insert(new ResolvablePlaceHolder(name.c_str(), length, step));
+                    if (earliest(model, name) == model.end() || random() % 8 == 0) {
+                        indexed.Insert(new ResolvablePlaceHolder(
+                            name.c_str(), static_cast<int>(name.size()), step));
+                        model.emplace_back(name, step);
                     }
                     break;
                 case 3: {
-                    ResolvablePlaceHolder* a = indexed.Remove(name.c_str());
-                    ResolvablePlaceHolder* b = plain.Remove(name.c_str());
-                    ASSERT_EQ(a == nullptr, b == nullptr) << name;
-                    if (a != nullptr) {
-                        EXPECT_EQ(a->value(), b->value()) << name;
+                    ResolvablePlaceHolder* removed = indexed.Remove(name.c_str());
+                    auto expected = earliest(model, name);
+                    ASSERT_EQ(removed == nullptr, expected == model.end()) << name;
+                    if (removed != nullptr) {
+                        EXPECT_EQ(removed->value(), expected->second) << name;
+                        model.erase(expected);
                     }
-                    delete a;
-                    delete b;
+                    delete removed;
                     break;
                 }
                 case 4:
-                    if (random() % 50 == 0) {
+                    if (random() % 200 == 0) {
                         indexed.Dump();
-                        plain.Dump();
+                        model.clear();
                     }
                     break;
                 default:
                     break;
             }
-            ResolvablePlaceHolder* a = indexed.Find(name.c_str());
-            ResolvablePlaceHolder* b = plain.Find(name.c_str());
-            ASSERT_EQ(a == nullptr, b == nullptr) << round << " " << step << " " << name;
-            if (a != nullptr) {
-                EXPECT_EQ(a->value(), b->value()) << round << " " << step;
+            ResolvablePlaceHolder* found = indexed.Find(name.c_str());
+            auto expected = earliest(model, name);
+            ASSERT_EQ(found == nullptr, expected == model.end()) << round << " " << step;
+            if (found != nullptr) {
+                EXPECT_EQ(found->value(), expected->second) << round << " " << step;
             }
-            EXPECT_EQ(indexed.Entries(), plain.Entries());
+            ASSERT_EQ(indexed.Entries(), static_cast<int>(model.size()));
         }
+        // Listing: key order, repeated keys in insertion order.
+        List<ResolvablePlaceHolder> listed(0);
+        indexed.AppendToList(listed);
+        Model sorted = model;
+        std::stable_sort(sorted.begin(), sorted.end(),
+                         [](const auto& a, const auto& b) { return a.first < b.first; });
+        size_t at = 0;
+        for (ResolvablePlaceHolder* p = listed.First(); p != nullptr; p = listed.Next(), at++) {
+            ASSERT_LT(at, sorted.size());
+            EXPECT_EQ(p->name(), sorted[at].first);
+            EXPECT_EQ(p->value(), sorted[at].second);
+        }
+        EXPECT_EQ(at, sorted.size());
     }
 }
