@@ -282,6 +282,7 @@ int AssemblerParser::ProcessEndFunction() {
     } else {
         result = current_context_->InsertOperator(OPCODE_RETN);
         if (result == 0) result = current_context_->Resolve();
+        current_context_->ReleaseSymbols();
         // The function's context stays in the context list until the parser goes.
         current_context_ = saved_context_;
         saved_context_ = nullptr;
@@ -397,6 +398,9 @@ int AssemblerParser::Resolve() {
 // A section that fails to write has kept its reason in its own error text; nothing more is
 // reported here.
 int AssemblerParser::Write(const char* path, const unsigned char* identifier) {
+    // The code is resolved: the names are no longer needed, and their memory serves the
+    // dictionary's repacking and the writing.
+    ReleaseSymbols();
     // Compressed first, for the dictionary's size; nothing of it shows outside until written.
     dictionary_.Compress();
     // A file the loader would refuse, or whose 32-bit counts and offsets would wrap, is not
@@ -427,6 +431,18 @@ int AssemblerParser::Write(const char* path, const unsigned char* identifier) {
 }
 
 // ---- helpers ----
+
+void AssemblerParser::ReleaseSymbols() {
+    function_references_.Dump();
+    global_identifiers_.Dump();
+    system_identifiers_.Dump();
+    function_names_.Dump();
+    string_identifiers_.Dump();
+    for (FunctionContext* context = contexts_.First(); context != nullptr;
+         context = contexts_.Next()) {
+        context->ReleaseSymbols();
+    }
+}
 
 // The counts of the file Write is about to write, and its size at most: bucket records are
 // counted as if every variable, language or key had a bucket of its own.

@@ -82,6 +82,8 @@ class AssemblerParser : public Parser {
     SegmentManager* segment_manager() const { return segment_manager_; }
 
   private:
+    // Frees every name table and pending reference; called once the code is resolved.
+    void ReleaseSymbols();
     ResolvablePlaceHolder* FindName(PlaceHolderTree& tree, const char* name, int length);
     int AddLocalizedPiece(int kind, const char* text, int length, int next);
 

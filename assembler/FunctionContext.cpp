@@ -44,6 +44,15 @@ FunctionContext::FunctionContext(AssemblerParser* parser, Dictionary* dictionary
       labels_(1),
       label_references_(1) {}
 
+void FunctionContext::ReleaseSymbols() {
+    labels_.Dump();
+    label_references_.Dump();
+    if (function_ != nullptr) {
+        delete identifiers_;
+        identifiers_ = nullptr;
+    }
+}
+
 FunctionContext::~FunctionContext() {
     // The top-level context borrows the parser's global identifier tree.
     if (function_ != nullptr) delete identifiers_;

@@ -49,6 +49,10 @@ class FunctionContext {
 
     // Patches every label operand with its displacement; stops at the first undefined label.
     int Resolve();
+    // Frees the labels, the label references and (inside a function) the identifiers once the
+    // segment is resolved; the segment and the function stay. A program of many functions
+    // then holds the symbols of one function at a time.
+    void ReleaseSymbols();
 
     Segment* segment() const { return segment_; }
     Function* function() const { return function_; }
