@@ -283,6 +283,7 @@ int AssemblerParser::ProcessEndFunction() {
         result = current_context_->InsertOperator(OPCODE_RETN);
         if (result == 0) result = current_context_->Resolve();
         current_context_->ReleaseSymbols();
+        current_context_->segment()->Trim();
         // The function's context stays in the context list until the parser goes.
         current_context_ = saved_context_;
         saved_context_ = nullptr;

@@ -177,6 +177,15 @@ void Segment::Allocate(int needed) const {
     allocated_ = static_cast<int>(size);
 }
 
+void Segment::Trim() {
+    if (allocated_ <= length_) return;
+    char* kept = length_ > 0 ? new char[static_cast<size_t>(length_)] : nullptr;
+    if (length_ > 0) std::memcpy(kept, data_, static_cast<size_t>(length_));
+    delete[] data_;
+    data_ = kept;
+    allocated_ = length_;
+}
+
 const char* Segment::data() const {
     Allocate(capacity_);
     return data_;

@@ -62,6 +62,10 @@ class Segment {
     // Writes the listing to the file at 'path'; nothing at all when it cannot be opened.
     void Dump(const char* path, const char* expression, int expression_length) const;
 
+    // Gives back the memory held past the length: a finished function's segment keeps only
+    // its bytes. Nothing observable changes; a later write past the length allocates again.
+    void Trim();
+
     int number() const { return number_; }
     // All 'capacity' bytes, the unwritten ones zero.
     const char* data() const;

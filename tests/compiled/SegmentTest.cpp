@@ -55,6 +55,21 @@ TEST(Segment, GrowsInWholeStepsAtTheCapacity) {
     past.Grow(16385);
     EXPECT_EQ(past.capacity(), 24576);
     EXPECT_EQ(past.Write_Byte(-1, 0), -1);
+
+    // Trimming keeps the bytes, the length and the capacity; writing on allocates again.
+    Segment trimmed(0);
+    ASSERT_EQ(trimmed.Write_Dword(0, 0xA1B2C3D4), 4);
+    trimmed.Trim();
+    EXPECT_EQ(trimmed.length(), 4);
+    EXPECT_EQ(trimmed.capacity(), 8192);
+    EXPECT_EQ(trimmed.Write_Byte(4, 0x7F), 5);
+    EXPECT_EQ(trimmed.data()[4], 0x7F);
+    EXPECT_EQ(static_cast<unsigned char>(trimmed.data()[0]), 0xD4);
+    for (int i = 5; i < 8192; i++) ASSERT_EQ(trimmed.data()[i], 0) << i;
+    Segment empty(1);
+    empty.Trim();
+    EXPECT_EQ(empty.length(), 0);
+    EXPECT_EQ(empty.Write_Word(0, 0x1234), 2);
 }
 
 TEST(Segment, StoresOperandsLittleEndianAndReadsWithinLength) {
