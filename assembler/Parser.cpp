@@ -353,8 +353,19 @@ TokenType Parser::ReadQuotedString(String* value, int& length) {
 
 int Parser::Start() {
     GrammarState grammar(source_text_);
+    // Every few megabytes the source behind the tokenizer is handed back, but for a margin:
+    // names and texts are copied out as their statement is carried out, so a large source
+    // needs only its current stretch in memory.
+    constexpr int DISCARD_STEP = 4 << 20;
+    constexpr int DISCARD_MARGIN = 1 << 20;
+    int discarded = 0;
     for (;;) {
         const TokenType type = GetNextToken(&grammar.text, grammar.length, &string_value_);
+        if (position_ - discarded >= DISCARD_STEP + DISCARD_MARGIN && mapped()) {
+            const int until = position_ - DISCARD_MARGIN;
+            file_->Discard(discarded, until - discarded);
+            discarded = until;
+        }
         if (Step(grammar, type)) return grammar.result;
     }
 }

@@ -18,6 +18,13 @@ class File {
     virtual const char* Map(int64_t offset, int64_t length) = 0;
     // Ends the view made by Map; harmless when there is none.
     virtual void Release() = 0;
+    // Says that the view's bytes from 'offset' (counted from the view's start) for 'length'
+    // bytes will not be read again, so that a long source need not stay in memory behind the
+    // tokenizer. Reading them again stays allowed: they are still the file's bytes.
+    virtual void Discard(int64_t offset, int64_t length) {
+        (void)offset;
+        (void)length;
+    }
     // Bytes read (0 at the end of the file), or -1 on failure.
     virtual int Read(void* bytes, int count) = 0;
     // Bytes written, or a negative value on failure.

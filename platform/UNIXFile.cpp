@@ -98,6 +98,22 @@ const char* UNIXFile::Copy(int64_t offset, int64_t length) {
     return view_;
 }
 
+// The whole pages of the range leave the process; the kernel reads them in again from the file
+// should they be touched. A heap copy is kept as it is.
+void UNIXFile::Discard(int64_t offset, int64_t length) {
+    if (mapping_ == nullptr || offset < 0 || length <= 0) return;
+    int64_t page = ::sysconf(_SC_PAGESIZE);
+    if (page <= 0) page = 4096;
+    int64_t from = (view_ - mapping_) + offset;
+    int64_t to = from + length;
+    if (to > static_cast<int64_t>(mapping_size_)) to = static_cast<int64_t>(mapping_size_);
+    from = (from + page - 1) / page * page;
+    to = to / page * page;
+    if (to > from) {
+        (void)::madvise(mapping_ + from, static_cast<size_t>(to - from), MADV_DONTNEED);
+    }
+}
+
 void UNIXFile::Release() {
     if (mapping_ != nullptr) {
         ::munmap(mapping_, mapping_size_);

@@ -1,5 +1,5 @@
-// A file of the UNIX file manager: a POSIX descriptor, and a heap copy of the file as the
-// read-only view that the tokenizer scans.
+// A file of the UNIX file manager: a POSIX descriptor, and a read-only mapping of the file (or a
+// heap copy where mapping fails) as the view that the tokenizer scans.
 #ifndef TARN_PLATFORM_UNIXFILE_H
 #define TARN_PLATFORM_UNIXFILE_H
 
@@ -22,6 +22,7 @@ class UNIXFile : public File {
     int64_t Length() override;
     const char* Map(int64_t offset, int64_t length) override;
     void Release() override;
+    void Discard(int64_t offset, int64_t length) override;
     int Read(void* bytes, int count) override;
     int Write(const void* bytes, int count) override;
     int64_t Seek(int64_t offset) override;
