@@ -85,6 +85,13 @@ int FunctionContext::Emitted(int next_position) {
 
 // ---- declarations and references ----
 
+// The trees are keyed by NUL-terminated names; the token is copied into one buffer kept for
+// the purpose rather than into a new string at every operand.
+const char* FunctionContext::Key(const char* text, int length) {
+    key_.assign(text, length);
+    return key_.c_str();
+}
+
 int FunctionContext::ProcessVariable(VariableHash* hash, PlaceHolderTree* tree,
                                      const char* identifier, int identifier_length,
                                      const char* name, int name_length) {
@@ -95,8 +102,8 @@ int FunctionContext::ProcessVariable(VariableHash* hash, PlaceHolderTree* tree,
         return parser_->AssembleError(AE_DUPLICATE_VARIABLE,
                                       message_with("Duplicate variable ", name, name_length));
     }
-    String key(identifier, identifier_length);
-    if (tree->Find(key.c_str()) != nullptr) {
+    const char* key = Key(identifier, identifier_length);
+    if (tree->Find(key) != nullptr) {
         return parser_->AssembleError(
             AE_DUPLICATE_VARIABLE_IDENTIFIER,
             message_with("Duplicate variable identifier ", identifier, identifier_length));
@@ -117,8 +124,8 @@ int FunctionContext::InsertLocal(const char* identifier, int identifier_length, 
 // share an identifier.
 int FunctionContext::InsertParameterPlaceHolder(const char* identifier, int identifier_length,
                                                 int slot) {
-    String key(identifier, identifier_length);
-    if (identifiers_->Find(key.c_str()) != nullptr) {
+    const char* key = Key(identifier, identifier_length);
+    if (identifiers_->Find(key) != nullptr) {
         return parser_->AssembleError(
             AE_DUPLICATE_PARAMETER_IDENTIFIER,
             message_with("Duplicate parameter identifier: ", identifier, identifier_length));
@@ -128,8 +135,8 @@ int FunctionContext::InsertParameterPlaceHolder(const char* identifier, int iden
 }
 
 int FunctionContext::InsertLocalReference(const char* identifier, int identifier_length) {
-    String key(identifier, identifier_length);
-    ResolvablePlaceHolder* local = identifiers_->Find(key.c_str());
+    const char* key = Key(identifier, identifier_length);
+    ResolvablePlaceHolder* local = identifiers_->Find(key);
     if (local == nullptr) {
         return parser_->AssembleError(
             AE_UNRESOLVED_LOCAL,
@@ -140,8 +147,8 @@ int FunctionContext::InsertLocalReference(const char* identifier, int identifier
 
 // A label marks the position of whatever is emitted next.
 int FunctionContext::InsertLabel(const char* name, int length) {
-    String key(name, length);
-    if (labels_.Find(key.c_str()) != nullptr) {
+    const char* key = Key(name, length);
+    if (labels_.Find(key) != nullptr) {
         return parser_->AssembleError(AE_DUPLICATE_LABEL,
                                       message_with("Duplicate label: ", name, length));
     }

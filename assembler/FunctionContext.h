@@ -7,6 +7,7 @@
 #include "assembler/RBTree.h"
 #include "assembler/ResolvablePlaceHolder.h"
 #include "foundation/List.h"
+#include "foundation/String.h"
 
 class AssemblerParser;
 class Dictionary;
@@ -61,6 +62,8 @@ class FunctionContext {
   private:
     // Takes the position a segment write returned; reports a segment that is full.
     int Emitted(int next_position);
+    // 'text' as a tree key, valid until the next call.
+    const char* Key(const char* text, int length);
 
     AssemblerParser* parser_;
     Dictionary* dictionary_;
@@ -71,6 +74,7 @@ class FunctionContext {
     int position_;
     PlaceHolderTree labels_;
     List<ResolvablePlaceHolder> label_references_;
+    String key_;
 };
 
 #endif
