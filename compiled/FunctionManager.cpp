@@ -119,14 +119,18 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
     if (by_name_valid_ && bucket_count_ <= MAX_SORTED_BUCKETS) {
         // The chain's functions in order: the new one goes behind every name not after its own.
         if (sorted_chains_.empty()) sorted_chains_.resize(static_cast<size_t>(bucket_count_));
-        std::vector<int>& sorted = sorted_chains_[static_cast<size_t>(bucket)];
-        auto after = std::upper_bound(sorted.begin(), sorted.end(), added, [&](int, int other) {
-            const String& text = functions_[other]->name();
-            return name_order(name, length, text.c_str(), text.length()) < 0;
-        });
-        previous = after == sorted.begin() ? -1 : *(after - 1);
-        current = after == sorted.end() ? -1 : *after;
-        sorted.insert(after, added);
+        std::vector<ChainEntry>& sorted = sorted_chains_[static_cast<size_t>(bucket)];
+        // Placed by the name it is linked under; compared later by its own name, as the chain
+        // walk compares.
+        const ChainEntry key{name, length, added};
+        auto after = std::upper_bound(sorted.begin(), sorted.end(), key,
+                                      [](const ChainEntry& a, const ChainEntry& b) {
+                                          return name_order(a.text, a.length, b.text, b.length) < 0;
+                                      });
+        previous = after == sorted.begin() ? -1 : (after - 1)->index;
+        current = after == sorted.end() ? -1 : after->index;
+        const String& own = function->name();
+        sorted.insert(after, ChainEntry{own.c_str(), own.length(), added});
     } else {
         for (int steps = 0; IsFunction(current) && current != added && steps < count_; ++steps) {
             const String& other = functions_[current]->name();

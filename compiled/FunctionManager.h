@@ -74,7 +74,13 @@ class FunctionManager {
     // Each bucket's chain as a sorted array, so that adding finds its place by halving rather
     // than by walking the chain (tables of up to MAX_SORTED_BUCKETS buckets).
     static constexpr int MAX_SORTED_BUCKETS = 1 << 16;
-    std::vector<std::vector<int>> sorted_chains_;
+    // An entry carries its function's name, so that the halving reads no function object.
+    struct ChainEntry {
+        const char* text;
+        int length;
+        int index;
+    };
+    std::vector<std::vector<ChainEntry>> sorted_chains_;
     bool by_name_valid_ = true;
     int capacity_;
     Dictionary* dictionary_;  // not owned
