@@ -13,15 +13,6 @@ std::string Text(const String& s) {
 
 }  // namespace
 
-TEST(AggregateIndex, NegativeNumbersBecomeSlotZero) {
-    AggregateIndex clamped(-5);
-    EXPECT_EQ(clamped.index(), 0);
-    EXPECT_EQ(clamped.type(), AGGREGATE_ARRAY);
-    AggregateIndex named("x");
-    EXPECT_EQ(named.index(), -1);
-    EXPECT_EQ(named.type(), AGGREGATE_STRUCTURE);
-}
-
 TEST(AggregateIndex, CompareHasTheSignOfOtherMinusThis) {
     struct Row {
         AggregateIndex self;
