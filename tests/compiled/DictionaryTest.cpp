@@ -122,20 +122,6 @@ TEST(Dictionary, StartsBlocksInWholeGranules) {
     }
 }
 
-TEST(Dictionary, EntryTableGrowsByOneHundredTwentyEight) {
-    Dictionary dictionary;
-    for (int i = 0; i < 128; i++) dictionary.Entry_Add("t", 1);
-    EXPECT_EQ(dictionary.entry_capacity(), 128);
-    EXPECT_EQ(dictionary.Entry_Add("t", 1), 128);
-    EXPECT_EQ(dictionary.entry_capacity(), 256);
-    int size = 7;
-    EXPECT_EQ(dictionary.Entry(-1, &size), nullptr);
-    EXPECT_EQ(size, 0);
-    size = 7;
-    EXPECT_EQ(dictionary.Entry(129, &size), nullptr);
-    EXPECT_EQ(size, 0);
-}
-
 TEST(Dictionary, CompressSharesAcrossBlocks) {
     Dictionary dictionary;
     std::string filler(8190, 'x');
@@ -206,6 +192,11 @@ TEST(Dictionary, WritesTheSectionExactlyAndReadsItBack) {
     EXPECT_EQ(loaded.flags(), 1);
     EXPECT_EQ(text_of(loaded, 1), "bc");
     EXPECT_EQ(loaded.block(0)->capacity(), 8192);
+    for (int outside : {-1, 3}) {
+        int size = 7;
+        EXPECT_EQ(loaded.Entry(outside, &size), nullptr);
+        EXPECT_EQ(size, 0);
+    }
 }
 
 // Without Compress every block is written in turn and entries are placed by block base.
@@ -253,12 +244,19 @@ TEST(Dictionary, RejectsBadSectionsAndKeepsItsContents) {
         {"end wraps", with_u32(SMALL_DICT, 24, 0x7FFFFFFF), end_range},
         {"negative size ending inside", with_u32(SMALL_DICT, 24, 0xFFFFFFFF),
          "dictionary_entry.size out of range"},
-        {"data area cut short", Bytes(SMALL_DICT.begin(), SMALL_DICT.end() - 1),
+        {"header cut short", prefix(SMALL_DICT, 11), "Unexpected end of file"},
+        {"entry table cut short", prefix(SMALL_DICT, 35), "Unexpected end of file"},
+        {"data area cut short", prefix(SMALL_DICT, SMALL_DICT.size() - 1),
          "Unexpected end of file"},
         {"good", SMALL_DICT, ""},
         {"empty text below the data size", with_u32(SMALL_DICT, 28, 2), ""},
     };
     for (const Case& c : cases) EXPECT_EQ(read_into_filled(c.section), c.message) << c.what;
+
+    OpenContainer none(container_with(std::vector<Section>{}));
+    Dictionary dictionary;
+    EXPECT_FALSE(dictionary.Read(&none.file));
+    EXPECT_STREQ(dictionary.error().c_str(), "Invalid section");
 }
 
 // Written with data size 0 and the entry at offset 0, which the reader refuses: an offset must
@@ -272,18 +270,6 @@ TEST(Dictionary, AllEmptyTextsWriteButDoNotReadBack) {
             .bytes;
     EXPECT_EQ(section, cat({u32(1), u32(0), u32(0), u32(0), u32(0)}));
     EXPECT_EQ(read_into_filled(section), "dictionary_entry.offset out of range");
-}
-
-// Every prefix of the section is refused with the container's reason; so is a missing one.
-TEST(Dictionary, EveryTruncatedSectionIsRejected) {
-    for (size_t length = 0; length < SMALL_DICT.size(); length++) {
-        Bytes prefix(SMALL_DICT.begin(), SMALL_DICT.begin() + static_cast<long>(length));
-        EXPECT_EQ(read_into_filled(prefix), "Unexpected end of file") << length;
-    }
-    OpenContainer none(container_with(std::vector<Section>{}));
-    Dictionary dictionary;
-    EXPECT_FALSE(dictionary.Read(&none.file));
-    EXPECT_STREQ(dictionary.error().c_str(), "Invalid section");
 }
 
 TEST(Dictionary, WriteFailuresAreReported) {

@@ -105,10 +105,12 @@ TEST(FunctionManager, ManyFunctionsAreFoundAsTheChainsFindThem) {
     for (int i = 0; i < 2500; i += 7) {
         std::string name = "FN_" + std::to_string(i);
         EXPECT_EQ(manager.Function_Get(name.c_str(), -1), added[static_cast<size_t>(i)]) << name;
+        EXPECT_EQ(manager.Function_Index(i), added[static_cast<size_t>(i)]) << name;
         ASSERT_NE(loaded.Function_Get(name.c_str(), -1), nullptr) << name;
         EXPECT_EQ(loaded.Function_Get(name.c_str(), -1)->index(), i) << name;
     }
     EXPECT_EQ(manager.Function_Get("fn_2500", -1), nullptr);
+    EXPECT_EQ(manager.Function_Index(3000), nullptr);
     EXPECT_EQ(loaded.Function_Get("fn_", -1), nullptr);
 }
 
@@ -184,21 +186,6 @@ TEST(FunctionManager, ExternalDeclarationsAndCopies) {
     EXPECT_EQ(parameters_of(copy), parameters_of(source));
     EXPECT_EQ(other.Function_Get("BODY", -1), copy);
     EXPECT_EQ(other_dictionary.entries(), 4);  // first, body (unused), x, y
-}
-
-TEST(FunctionManager, GrowsByWholeSteps) {
-    Dictionary dictionary;
-    FunctionManager manager(&dictionary, 8);
-    for (int i = 0; i <= FUNCTION_TABLE_GROWTH; ++i) {
-        manager.Function_Add(i, 0, ("f" + std::to_string(i)).c_str(), -1, nullptr, 0, 0);
-    }
-    for (int i = 0; i <= FUNCTION_TABLE_GROWTH; ++i) {
-        Function* function = manager.Function_Get(("F" + std::to_string(i)).c_str(), -1);
-        ASSERT_NE(function, nullptr) << i;
-        EXPECT_EQ(function->index(), i);
-        EXPECT_EQ(manager.Function_Index(i), function);
-    }
-    EXPECT_EQ(manager.Function_Index(65), nullptr);
 }
 
 TEST(FunctionManager, WritesItsSectionExactly) {

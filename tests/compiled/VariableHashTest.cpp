@@ -11,7 +11,6 @@
 #include "compiled/Dictionary.h"
 #include "compiled/ReferenceVariableHash.h"
 #include "compiled/SystemVariableHash.h"
-#include "compiled/UserVariableHash.h"
 #include "foundation/Hash.h"
 #include "tests/compiled/TableFiles.h"
 #include "value/Variable.h"
@@ -85,16 +84,6 @@ TEST(VariableHash, ChainsAreSortedByLengthThenCaseFolded) {
     EXPECT_EQ(find(table, "BB"), 0);
     EXPECT_EQ(find(table, "b"), -1);
     EXPECT_EQ(find(table, "ac"), -1);
-}
-
-TEST(VariableHash, GrowsByWholeStepsKeepingNumbers) {
-    Dictionary dictionary;
-    VariableHash table(&dictionary, 12, 512, 0);
-    for (int i = 0; i <= 512; ++i) {
-        ASSERT_EQ(declare(table, dictionary, ("v" + std::to_string(i)).c_str()), i);
-        ASSERT_EQ(table.Size(), i < 512 ? 512 : 1024) << i;
-    }
-    for (int i = 0; i <= 512; ++i) ASSERT_EQ(find(table, ("V" + std::to_string(i)).c_str()), i);
 }
 
 // The plain case of each message is reached through tndump in DumpApplicationTest; these rows
@@ -301,11 +290,4 @@ TEST(ClonedVariableHash, CopiesEachVariableOnFirstReach) {
         Variable::Release(caller);
     }
     source.Dump();
-}
-
-TEST(UserVariableHash, BringsItsOwnDictionary) {
-    UserVariableHash table;
-    EXPECT_EQ(table.Insert("session", -1), 0);
-    EXPECT_EQ(find(table, "SESSION"), 0);
-    EXPECT_EQ(table.dictionary()->entries(), 1);
 }
