@@ -59,34 +59,6 @@ TEST(OpcodeLookup, SizeBitsAgreeWithOperandKinds) {
     }
 }
 
-TEST(OpcodeLookup, KnownRows) {
-    OpcodeLookup lookup;
-    struct Row {
-        const char* name;
-        unsigned code;
-        unsigned count;
-        int kind1;
-        int kind2;
-    } rows[] = {
-        {"noop", 0x0000, 0, OPERAND_NONE, OPERAND_NONE},
-        {"pushf", 0x8003, 1, OPERAND_NUMBER, OPERAND_NONE},
-        {"jmp_eq", 0x4026, 1, OPERAND_LABEL, OPERAND_NONE},
-        {"call", 0x403D, 1, OPERAND_FUNCTION, OPERAND_NONE},
-        // Same low byte, different groups.
-        {"roundf", 0x0025, 0, OPERAND_NONE, OPERAND_NONE},
-        {"jmp", 0x4025, 1, OPERAND_LABEL, OPERAND_NONE},
-        {"httpn", 0x5113, 2, OPERAND_LABEL, OPERAND_INTEGER},
-    };
-    for (const Row& row : rows) {
-        const OpcodeEntry* e = lookup.Lookup(row.name, -1);
-        ASSERT_NE(e, nullptr) << row.name;
-        EXPECT_EQ(e->code, row.code) << row.name;
-        EXPECT_EQ(e->operand_count, row.count) << row.name;
-        EXPECT_EQ(e->operand_kind1, row.kind1) << row.name;
-        EXPECT_EQ(e->operand_kind2, row.kind2) << row.name;
-    }
-}
-
 TEST(OpcodeLookup, RejectsWordsThatAreNoMnemonics) {
     OpcodeLookup lookup;
     const char* words[] = {"jmpeq", "JMP_EQ", "jmp_eq2", "", "Pushc", "pushc ", "jmp_e", "noop_"};

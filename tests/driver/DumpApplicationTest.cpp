@@ -111,27 +111,20 @@ Bytes table_header(uint32_t bucket_entries, uint32_t bucket_bits, uint32_t count
     return Fields().u16(bucket_entries).u8(bucket_bits).u32(count).bytes;
 }
 
-Bytes join(std::vector<Bytes> parts) {
-    Bytes all;
-    for (const Bytes& part : parts) all.insert(all.end(), part.begin(), part.end());
-    return all;
-}
-
 // A function table of one function named by dictionary entry 0, with the given parameter
 // records and local table after its 20-byte record.
 Bytes function_table(uint32_t name, uint32_t parameter_count, const Bytes& parameters,
                      const Bytes& locals) {
-    return join({table_header(1, 8, 1),
-                 Fields().u16(0).u32(0).bytes,    // bucket 0 -> function 0
-                 Fields().u32(0xFFFFFFFF).bytes,  // chain
-                 Fields().u32(name).u32(parameter_count).u32(0).u32(1).u32(0).bytes,  // record
-                 parameters, locals});
+    return cat({table_header(1, 8, 1),
+                Fields().u16(0).u32(0).bytes,    // bucket 0 -> function 0
+                Fields().u32(0xFFFFFFFF).bytes,  // chain
+                Fields().u32(name).u32(parameter_count).u32(0).u32(1).u32(0).bytes,  // record
+                parameters, locals});
 }
 
 // One segment holding 'code'.
 Bytes segments_of(const Bytes& code) {
-    return join(
-        {Fields().u32(1).u32(0).u32(0).u32(static_cast<uint32_t>(code.size())).bytes, code});
+    return cat({Fields().u32(1).u32(0).u32(0).u32(static_cast<uint32_t>(code.size())).bytes, code});
 }
 
 // The sections of a sound file in the loader's order; a test replaces one of them.
@@ -144,12 +137,12 @@ std::map<int, Bytes> sound_sections() {
         {TAG_SEGS, segments_of(Fields().u16(0x003C).bytes)},
         {TAG_IDNT, Fields().text("abc").u8(0).bytes},
         {TAG_LOCL,
-         join({table_header(1, 12, 1),
-               Fields().u16(static_cast<uint32_t>(name_bucket("en-US", 5, 12))).u32(0).bytes,
-               Fields().u32(1).u32(0xFFFFFFFF).bytes})},
+         cat({table_header(1, 12, 1),
+              Fields().u16(static_cast<uint32_t>(name_bucket("en-US", 5, 12))).u32(0).bytes,
+              Fields().u32(1).u32(0xFFFFFFFF).bytes})},
         {tag_language_index(0),
-         join({table_header(1, 12, 1), Fields().u32(0).bytes, Fields().u16(0).u32(0).bytes,
-               Fields().u32(2).u32(0xFFFFFFFF).u32(0).bytes})},
+         cat({table_header(1, 12, 1), Fields().u32(0).bytes, Fields().u16(0).u32(0).bytes,
+              Fields().u32(2).u32(0xFFFFFFFF).u32(0).bytes})},
         {TAG_LOCD, Fields().u32(1).u32(1).u32(3).u32(0xFFFFFFFF).bytes},
     };
 }
@@ -241,12 +234,12 @@ TEST(DumpApplication, RefusesEachCorruptionWithTheReadersMessage) {
         {"glbl buckets",        TAG_GLBL, table_header(0, 29, 0),                              "read_bucket_size out of range"},
         {"syst count",          TAG_SYST, table_header(0, 12, 0x8000000),                      "variable_hash_header.variable_count out of range"},
         {"syst bucket entries", TAG_SYST, table_header(0x8000, 12, 0),                         "variable_hash_header.bucket_entries out of range"},
-        {"glbl bucket index",   TAG_GLBL, join({table_header(1, 12, 0), Fields().u16(4096).u32(0).bytes}), "variable_hash_bucket.index out of range"},
+        {"glbl bucket index",   TAG_GLBL, cat({table_header(1, 12, 0), Fields().u16(4096).u32(0).bytes}), "variable_hash_bucket.index out of range"},
         {"func bits",           TAG_FUNC, table_header(0, 33, 0),                              "function_list_header.bucket_bits out of range"},
         {"func buckets",        TAG_FUNC, table_header(0, 30, 0),                              "read_bucket_size out of range"},
         {"func count",          TAG_FUNC, table_header(0, 8, 0x10000000),                      "function_list_header.function_count out of range"},
         {"func bucket entries", TAG_FUNC, table_header(0xFFFF, 8, 0),                          "function_list_header.bucket_entries out of range"},
-        {"func bucket index",   TAG_FUNC, join({table_header(1, 8, 0), Fields().u16(256).u32(0).bytes}), "function_hash_bucket.index out of range"},
+        {"func bucket index",   TAG_FUNC, cat({table_header(1, 8, 0), Fields().u16(256).u32(0).bytes}), "function_hash_bucket.index out of range"},
         {"func name",           TAG_FUNC, function_table(9, 0, {}, no_variable),               "Invalid function header name index"},
         {"func parameters",     TAG_FUNC, function_table(0, 0x0AAAAAAB, {}, no_variable),      "function_header.parameter_count out of range"},
         {"func parameter name", TAG_FUNC, function_table(0, 1, Fields().u32(7).u32(0).u32(0).bytes, no_variable), "Invalid function parameter name index"},
@@ -258,13 +251,13 @@ TEST(DumpApplication, RefusesEachCorruptionWithTheReadersMessage) {
         {"locl buckets",        TAG_LOCL, table_header(0, 31, 0),                              "read_bucket_size out of range"},
         {"locl count",          TAG_LOCL, table_header(0, 12, 0x08000000),                     "localized_language_header.index_count out of range"},
         {"locl bucket entries", TAG_LOCL, table_header(0x8000, 12, 0),                         "localized_language_header.bucket_entries out of range"},
-        {"locl bucket index",   TAG_LOCL, join({table_header(1, 4, 0), Fields().u16(16).u32(0).bytes}), "localized_language_bucket.index out of range"},
-        {"LX bits",             tag_language_index(0), join({table_header(0, 33, 0), Fields().u32(0).bytes}), "localized_index_header.bucket_bits out of range"},
-        {"LX buckets",          tag_language_index(0), join({table_header(0, 29, 0), Fields().u32(0).bytes}), "read_bucket_size out of range"},
-        {"LX count",            tag_language_index(0), join({table_header(0, 12, 0x10000000), Fields().u32(0).bytes}), "localized_index_header.index_count out of range"},
-        {"LX bucket entries",   tag_language_index(0), join({table_header(0x8000, 12, 0), Fields().u32(0).bytes}), "localized_index_header.bucket_entries out of range"},
-        {"LX count again",      tag_language_index(0), join({table_header(0, 12, 0x0AAAAAAB), Fields().u32(0).bytes}), "localized_index_header.index_count out of range"},
-        {"LX bucket index",     tag_language_index(0), join({table_header(1, 12, 0), Fields().u32(0).u16(4096).u32(0).bytes}), "localized_index_bucket.index out of range"},
+        {"locl bucket index",   TAG_LOCL, cat({table_header(1, 4, 0), Fields().u16(16).u32(0).bytes}), "localized_language_bucket.index out of range"},
+        {"LX bits",             tag_language_index(0), cat({table_header(0, 33, 0), Fields().u32(0).bytes}), "localized_index_header.bucket_bits out of range"},
+        {"LX buckets",          tag_language_index(0), cat({table_header(0, 29, 0), Fields().u32(0).bytes}), "read_bucket_size out of range"},
+        {"LX count",            tag_language_index(0), cat({table_header(0, 12, 0x10000000), Fields().u32(0).bytes}), "localized_index_header.index_count out of range"},
+        {"LX bucket entries",   tag_language_index(0), cat({table_header(0x8000, 12, 0), Fields().u32(0).bytes}), "localized_index_header.bucket_entries out of range"},
+        {"LX count again",      tag_language_index(0), cat({table_header(0, 12, 0x0AAAAAAB), Fields().u32(0).bytes}), "localized_index_header.index_count out of range"},
+        {"LX bucket index",     tag_language_index(0), cat({table_header(1, 12, 0), Fields().u32(0).u16(4096).u32(0).bytes}), "localized_index_bucket.index out of range"},
         {"locd entries",        TAG_LOCD, Fields().u32(0x0AAAAAAB).bytes,                      "loc_dictionary_header.entries out of range"},
         {"locd type",           TAG_LOCD, Fields().u32(1).u32(2).u32(3).u32(0xFFFFFFFF).bytes, "Invalid localized dictionary entry type"},
     };
