@@ -3,6 +3,9 @@
 // down) and the peak resident memory, one "name value" pair a line.
 #include <mpdecimal.h>
 #include <sys/resource.h>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include <chrono>
 #include <cstdio>
@@ -26,6 +29,9 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: %s SOURCE OUTPUT\n", argv[0]);
         return 2;
     }
+#ifdef __GLIBC__
+    (void)mallopt(M_MXFAST, 0);  // as tnasm itself does
+#endif
     mpd_ieee_context(&Tarn_MPD_Context, 64);
     UNIXAssemblerApplication application(argc, argv);
     const unsigned char identifier[16] = {};
