@@ -16,7 +16,6 @@
 namespace {
 
 constexpr int HEADER_SIZE = 7;
-constexpr int BUCKET_RECORD_SIZE = 6;
 constexpr int CHAIN_LINK_SIZE = 4;
 constexpr int FUNCTION_RECORD_SIZE = 20;
 constexpr int PARAMETER_RECORD_SIZE = 12;
@@ -222,16 +221,9 @@ bool FunctionManager::Write(TaggedFile* file) {
     put_u32(header + 3, static_cast<uint32_t>(count_));
     write(header, HEADER_SIZE);
 
-    std::vector<unsigned char> bucket_records(
-        static_cast<size_t>(BUCKET_RECORD_SIZE * bucket_entries_));
     int record = 0;
-    for (int b = 0; b < bucket_count_ && record < bucket_entries_; ++b) {
-        if (buckets_.Head(b) == -1) continue;
-        put_u16(bucket_records.data() + BUCKET_RECORD_SIZE * record, static_cast<uint32_t>(b));
-        put_u32(bucket_records.data() + BUCKET_RECORD_SIZE * record + 2,
-                static_cast<uint32_t>(buckets_.Head(b)));
-        ++record;
-    }
+    std::vector<unsigned char> bucket_records =
+        encode_bucket_records(buckets_, bucket_count_, bucket_entries_, &record);
     write(bucket_records.data(), BUCKET_RECORD_SIZE * record);
 
     std::vector<unsigned char> chain(static_cast<size_t>(CHAIN_LINK_SIZE * count_));
@@ -303,21 +295,12 @@ bool FunctionManager::Read(TaggedFile* file) {
         return false;
     }
 
-    std::vector<unsigned char> bucket_records;
-    if (file->Section_Read_Vector(&bucket_records, BUCKET_RECORD_SIZE * bucket_entries) !=
-        BUCKET_RECORD_SIZE * bucket_entries) {
-        Error(file->error());
-        return false;
-    }
     BucketArray buckets;
-    for (int r = 0; r < bucket_entries; ++r) {
-        const unsigned char* record = bucket_records.data() + BUCKET_RECORD_SIZE * r;
-        int bucket = get_s16(record);
-        if (bucket < 0 || static_cast<uint32_t>(bucket) >= bucket_count) {
-            Error(String("function_hash_bucket.index out of range"));
-            return false;
-        }
-        buckets.SetHead(bucket, get_s32(record + 2));
+    String reason;
+    if (!read_bucket_records(file, bucket_entries, bucket_count,
+                             "function_hash_bucket.index out of range", &buckets, &reason)) {
+        Error(reason);
+        return false;
     }
 
     int count = static_cast<int>(function_count);

@@ -16,7 +16,6 @@
 namespace {
 
 constexpr int HEADER_SIZE = 11;
-constexpr int BUCKET_RECORD_SIZE = 6;
 constexpr int ENTRY_RECORD_SIZE = 12;
 
 // Files up to this version hold a single index, under tag 0.
@@ -160,16 +159,9 @@ bool LocalizedIndex::Write(TaggedFile* file, int tag) {
     put_u8(header + 2, static_cast<uint32_t>(bucket_bits_));
     put_u32(header + 3, static_cast<uint32_t>(count_));
 
-    std::vector<unsigned char> bucket_records(
-        static_cast<size_t>(BUCKET_RECORD_SIZE * bucket_entries_));
     int record = 0;
-    for (int b = 0; b < bucket_count_ && record < bucket_entries_; ++b) {
-        if (buckets_.Head(b) == -1) continue;
-        put_u16(bucket_records.data() + BUCKET_RECORD_SIZE * record, static_cast<uint32_t>(b));
-        put_u32(bucket_records.data() + BUCKET_RECORD_SIZE * record + 2,
-                static_cast<uint32_t>(buckets_.Head(b)));
-        ++record;
-    }
+    std::vector<unsigned char> bucket_records =
+        encode_bucket_records(buckets_, bucket_count_, bucket_entries_, &record);
     std::vector<unsigned char> entry_records(static_cast<size_t>(ENTRY_RECORD_SIZE * count_));
     for (int i = 0; i < count_; ++i) {
         unsigned char* p = entry_records.data() + ENTRY_RECORD_SIZE * i;
@@ -232,21 +224,12 @@ bool LocalizedIndex::Read(TaggedFile* file, int tag) {
         return false;
     }
 
-    std::vector<unsigned char> bucket_records;
-    if (file->Section_Read_Vector(&bucket_records, BUCKET_RECORD_SIZE * bucket_entries) !=
-        BUCKET_RECORD_SIZE * bucket_entries) {
-        Error(file->error());
-        return false;
-    }
     BucketArray buckets;
-    for (int r = 0; r < bucket_entries; ++r) {
-        const unsigned char* record = bucket_records.data() + BUCKET_RECORD_SIZE * r;
-        int bucket = get_s16(record);
-        if (bucket < 0 || static_cast<uint32_t>(bucket) >= bucket_count) {
-            Error(String("localized_index_bucket.index out of range"));
-            return false;
-        }
-        buckets.SetHead(bucket, get_s32(record + 2));
+    String reason;
+    if (!read_bucket_records(file, bucket_entries, bucket_count,
+                             "localized_index_bucket.index out of range", &buckets, &reason)) {
+        Error(reason);
+        return false;
     }
 
     int count = static_cast<int>(index_count);

@@ -27,7 +27,6 @@ constexpr int INDEX_BUCKET_BITS = 12;
 constexpr int INDEX_CAPACITY = 128;
 
 constexpr int HEADER_SIZE = 7;
-constexpr int BUCKET_RECORD_SIZE = 6;
 constexpr int LANGUAGE_RECORD_SIZE = 8;
 
 // Read limits, so that every array sized from them stays within 31 bits. The language count has
@@ -238,16 +237,9 @@ bool LocalizedLanguages::Write(TaggedFile* file) {
     put_u8(header + 2, static_cast<uint32_t>(bucket_bits_));
     put_u32(header + 3, static_cast<uint32_t>(count_));
 
-    std::vector<unsigned char> bucket_records(
-        static_cast<size_t>(BUCKET_RECORD_SIZE * bucket_entries_));
     int record = 0;
-    for (int b = 0; b < bucket_count_ && record < bucket_entries_; ++b) {
-        if (buckets_.Head(b) == -1) continue;
-        put_u16(bucket_records.data() + BUCKET_RECORD_SIZE * record, static_cast<uint32_t>(b));
-        put_u32(bucket_records.data() + BUCKET_RECORD_SIZE * record + 2,
-                static_cast<uint32_t>(buckets_.Head(b)));
-        ++record;
-    }
+    std::vector<unsigned char> bucket_records =
+        encode_bucket_records(buckets_, bucket_count_, bucket_entries_, &record);
     std::vector<unsigned char> language_records(static_cast<size_t>(LANGUAGE_RECORD_SIZE * count_));
     for (int i = 0; i < count_; ++i) {
         put_u32(language_records.data() + LANGUAGE_RECORD_SIZE * i,
@@ -315,21 +307,12 @@ bool LocalizedLanguages::Read() {
         return false;
     }
 
-    std::vector<unsigned char> bucket_records;
-    if (file_->Section_Read_Vector(&bucket_records, BUCKET_RECORD_SIZE * bucket_entries) !=
-        BUCKET_RECORD_SIZE * bucket_entries) {
-        Error(file_->error());
-        return false;
-    }
     BucketArray buckets;
-    for (int r = 0; r < bucket_entries; ++r) {
-        const unsigned char* record = bucket_records.data() + BUCKET_RECORD_SIZE * r;
-        int bucket = get_s16(record);
-        if (bucket < 0 || static_cast<uint32_t>(bucket) >= bucket_count) {
-            Error(String("localized_language_bucket.index out of range"));
-            return false;
-        }
-        buckets.SetHead(bucket, get_s32(record + 2));
+    String reason;
+    if (!read_bucket_records(file_, bucket_entries, bucket_count,
+                             "localized_language_bucket.index out of range", &buckets, &reason)) {
+        Error(reason);
+        return false;
     }
 
     int count = static_cast<int>(index_count);

@@ -8,6 +8,9 @@
 #include <vector>
 
 #include "foundation/Hash.h"
+#include "foundation/String.h"
+
+class TaggedFile;
 
 // Bucket of a name in a table of 2^'bucket_bits' buckets, from the case-folded hash.
 inline int name_bucket(const char* name, int length, int bucket_bits) {
@@ -87,5 +90,20 @@ class BucketArray {
     std::vector<int> heads_;
     std::vector<Pair> pairs_;
 };
+
+// Size of a bucket record: the bucket's number (16 bits, read as signed) and its chain's head.
+constexpr int BUCKET_RECORD_SIZE = 6;
+
+// The bucket records of a table as written: one for each of the first 'bucket_count' buckets
+// that has a chain, in ascending bucket order, at most 'limit' of them; their count in
+// 'records'.
+std::vector<unsigned char> encode_bucket_records(const BucketArray& buckets, int bucket_count,
+                                                 int limit, int* records);
+
+// Reads 'entries' bucket records from the section being read into 'buckets'. False with the
+// reason in 'error': the file's own text when the records are cut short, or 'bad_index' when a
+// record names a bucket outside the table's 'bucket_count'.
+bool read_bucket_records(TaggedFile* file, int entries, uint32_t bucket_count,
+                         const char* bad_index, BucketArray* buckets, String* error);
 
 #endif

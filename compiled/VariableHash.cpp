@@ -21,7 +21,6 @@
 namespace {
 
 constexpr int HEADER_SIZE = 7;
-constexpr int BUCKET_RECORD_SIZE = 6;
 constexpr int VARIABLE_RECORD_SIZE = 8;
 
 // Read limits. The bucket count and the variable count must keep every array size within 31
@@ -365,16 +364,9 @@ int VariableHash::Write(TaggedFile* file) {
     put_u8(header + 2, static_cast<uint32_t>(bucket_bits_));
     put_u32(header + 3, static_cast<uint32_t>(count_));
 
-    std::vector<unsigned char> bucket_records(
-        static_cast<size_t>(BUCKET_RECORD_SIZE * bucket_entries_));
     int record = 0;
-    for (int b = 0; b < bucket_count_ && record < bucket_entries_; ++b) {
-        if (buckets_.Head(b) == -1) continue;
-        put_u16(bucket_records.data() + BUCKET_RECORD_SIZE * record, static_cast<uint32_t>(b));
-        put_u32(bucket_records.data() + BUCKET_RECORD_SIZE * record + 2,
-                static_cast<uint32_t>(buckets_.Head(b)));
-        ++record;
-    }
+    std::vector<unsigned char> bucket_records =
+        encode_bucket_records(buckets_, bucket_count_, bucket_entries_, &record);
     assert(record == bucket_entries_);
 
     std::vector<unsigned char> variable_records(static_cast<size_t>(VARIABLE_RECORD_SIZE * count_));
@@ -437,21 +429,12 @@ int VariableHash::Read(TaggedFile* file) {
         return 0;
     }
 
-    std::vector<unsigned char> bucket_records;
-    if (file->Section_Read_Vector(&bucket_records, BUCKET_RECORD_SIZE * bucket_entries) !=
-        BUCKET_RECORD_SIZE * bucket_entries) {
-        Error(file->error());
-        return 0;
-    }
     BucketArray buckets;
-    for (int r = 0; r < bucket_entries; ++r) {
-        const unsigned char* record = bucket_records.data() + BUCKET_RECORD_SIZE * r;
-        int bucket = get_s16(record);
-        if (bucket < 0 || static_cast<uint32_t>(bucket) >= bucket_count) {
-            Error(String("variable_hash_bucket.index out of range"));
-            return 0;
-        }
-        buckets.SetHead(bucket, get_s32(record + 2));
+    String reason;
+    if (!read_bucket_records(file, bucket_entries, bucket_count,
+                             "variable_hash_bucket.index out of range", &buckets, &reason)) {
+        Error(reason);
+        return 0;
     }
 
     int count = static_cast<int>(variable_count);

@@ -1,0 +1,41 @@
+// Bucket records, written and read alike by every hashed table of a compiled file.
+#include "compiled/TableSupport.h"
+
+#include "compiled/TaggedFile.h"
+#include "foundation/ByteOrder.h"
+
+std::vector<unsigned char> encode_bucket_records(const BucketArray& buckets, int bucket_count,
+                                                 int limit, int* records) {
+    std::vector<unsigned char> bytes(static_cast<size_t>(BUCKET_RECORD_SIZE) *
+                                     static_cast<size_t>(limit > 0 ? limit : 0));
+    int record = 0;
+    for (int b = 0; b < bucket_count && record < limit; ++b) {
+        if (buckets.Head(b) == -1) continue;
+        unsigned char* at = bytes.data() + static_cast<size_t>(BUCKET_RECORD_SIZE) * record;
+        put_u16(at, static_cast<uint32_t>(b));
+        put_u32(at + 2, static_cast<uint32_t>(buckets.Head(b)));
+        ++record;
+    }
+    *records = record;
+    return bytes;
+}
+
+bool read_bucket_records(TaggedFile* file, int entries, uint32_t bucket_count,
+                         const char* bad_index, BucketArray* buckets, String* error) {
+    std::vector<unsigned char> bytes;
+    if (file->Section_Read_Vector(&bytes, BUCKET_RECORD_SIZE * entries) !=
+        BUCKET_RECORD_SIZE * entries) {
+        *error = file->error();
+        return false;
+    }
+    for (int r = 0; r < entries; ++r) {
+        const unsigned char* record = bytes.data() + static_cast<size_t>(BUCKET_RECORD_SIZE) * r;
+        int bucket = get_s16(record);
+        if (bucket < 0 || static_cast<uint32_t>(bucket) >= bucket_count) {
+            *error = String(bad_index);
+            return false;
+        }
+        buckets->SetHead(bucket, get_s32(record + 2));
+    }
+    return true;
+}
