@@ -22,8 +22,6 @@ constexpr int PARAMETER_RECORD_SIZE = 12;
 
 // Read limits, so that every array the loader sizes from them stays within 31 bits. The function
 // count has a looser and a tighter bound, reported alike; the tighter one is in force.
-constexpr uint32_t MAX_BUCKET_BITS = 32;
-constexpr uint32_t MAX_BUCKET_COUNT = 0x1FFFFFFF;
 constexpr uint32_t MAX_FUNCTION_COUNT_LOOSE = 0x1FFFFFFF;
 constexpr uint32_t MAX_FUNCTION_COUNT = 0x0FFFFFFF;
 constexpr uint32_t MAX_PARAMETER_COUNT = 0x0AAAAAAA;
@@ -274,26 +272,17 @@ bool FunctionManager::Read(TaggedFile* file) {
         Error(file->error());
         return false;
     }
-    uint32_t bucket_bits = get_u8(header + 2);
-    if (bucket_bits > MAX_BUCKET_BITS) {
-        Error(String("function_list_header.bucket_bits out of range"));
+    TableHeader table;
+    String invalid;
+    if (!check_table_header(header, "function_list_header", "function_count",
+                            MAX_FUNCTION_COUNT_LOOSE, MAX_FUNCTION_COUNT, &table, &invalid)) {
+        Error(invalid);
         return false;
     }
-    uint32_t bucket_count = 1u << (bucket_bits & 31);
-    if (bucket_count > MAX_BUCKET_COUNT) {
-        Error(String("read_bucket_size out of range"));
-        return false;
-    }
-    uint32_t function_count = get_u32(header + 3);
-    if (function_count > MAX_FUNCTION_COUNT_LOOSE || function_count > MAX_FUNCTION_COUNT) {
-        Error(String("function_list_header.function_count out of range"));
-        return false;
-    }
-    int bucket_entries = get_s16(header);
-    if (bucket_entries < 0) {
-        Error(String("function_list_header.bucket_entries out of range"));
-        return false;
-    }
+    uint32_t bucket_count = table.bucket_count;
+    uint32_t bucket_bits = table.bucket_bits;
+    uint32_t function_count = table.count;
+    int bucket_entries = table.bucket_entries;
 
     BucketArray buckets;
     String reason;

@@ -24,8 +24,6 @@ constexpr uint32_t LAST_SINGLE_INDEX_VERSION = 0x10007;
 // Read limits, so that every array sized from them stays within 31 bits. The entry count is
 // tested against a loose and a tight bound and, after the bucket count, against the bound that
 // keeps 12 bytes an entry within 31 bits; all three report alike.
-constexpr uint32_t MAX_BUCKET_BITS = 32;
-constexpr uint32_t MAX_BUCKET_COUNT = 0x1FFFFFFF;
 constexpr uint32_t MAX_INDEX_COUNT_LOOSE = 0x1FFFFFFF;
 constexpr uint32_t MAX_INDEX_COUNT = 0x0FFFFFFF;
 constexpr uint32_t MAX_INDEX_RECORDS = 0x0AAAAAAA;
@@ -199,26 +197,17 @@ bool LocalizedIndex::Read(TaggedFile* file, int tag) {
         Error(file->error());
         return false;
     }
-    uint32_t bucket_bits = get_u8(header + 2);
-    if (bucket_bits > MAX_BUCKET_BITS) {
-        Error(String("localized_index_header.bucket_bits out of range"));
+    TableHeader table;
+    String invalid;
+    if (!check_table_header(header, "localized_index_header", "index_count", MAX_INDEX_COUNT_LOOSE,
+                            MAX_INDEX_COUNT, &table, &invalid)) {
+        Error(invalid);
         return false;
     }
-    uint32_t bucket_count = 1u << (bucket_bits & 31);
-    if (bucket_count > MAX_BUCKET_COUNT) {
-        Error(String("read_bucket_size out of range"));
-        return false;
-    }
-    uint32_t index_count = get_u32(header + 3);
-    if (index_count > MAX_INDEX_COUNT_LOOSE || index_count > MAX_INDEX_COUNT) {
-        Error(String("localized_index_header.index_count out of range"));
-        return false;
-    }
-    int bucket_entries = get_s16(header);
-    if (bucket_entries < 0) {
-        Error(String("localized_index_header.bucket_entries out of range"));
-        return false;
-    }
+    uint32_t bucket_count = table.bucket_count;
+    uint32_t bucket_bits = table.bucket_bits;
+    uint32_t index_count = table.count;
+    int bucket_entries = table.bucket_entries;
     if (index_count > MAX_INDEX_RECORDS) {
         Error(String("localized_index_header.index_count out of range"));
         return false;

@@ -31,8 +31,6 @@ constexpr int LANGUAGE_RECORD_SIZE = 8;
 
 // Read limits, so that every array sized from them stays within 31 bits. The language count has
 // a looser and a tighter bound, reported alike; the tighter one is in force.
-constexpr uint32_t MAX_BUCKET_BITS = 32;
-constexpr uint32_t MAX_BUCKET_COUNT = 0x1FFFFFFF;
 constexpr uint32_t MAX_LANGUAGE_COUNT_LOOSE = 0x1FFFFFFF;
 constexpr uint32_t MAX_LANGUAGE_COUNT = 0x07FFFFFF;
 
@@ -286,26 +284,17 @@ bool LocalizedLanguages::Read() {
         Error(file_->error());
         return false;
     }
-    uint32_t bucket_bits = get_u8(header + 2);
-    if (bucket_bits > MAX_BUCKET_BITS) {
-        Error(String("localized_language_header.bucket_bits out of range"));
+    TableHeader table;
+    String invalid;
+    if (!check_table_header(header, "localized_language_header", "index_count",
+                            MAX_LANGUAGE_COUNT_LOOSE, MAX_LANGUAGE_COUNT, &table, &invalid)) {
+        Error(invalid);
         return false;
     }
-    uint32_t bucket_count = 1u << (bucket_bits & 31);
-    if (bucket_count > MAX_BUCKET_COUNT) {
-        Error(String("read_bucket_size out of range"));
-        return false;
-    }
-    uint32_t index_count = get_u32(header + 3);
-    if (index_count > MAX_LANGUAGE_COUNT_LOOSE || index_count > MAX_LANGUAGE_COUNT) {
-        Error(String("localized_language_header.index_count out of range"));
-        return false;
-    }
-    int bucket_entries = get_s16(header);
-    if (bucket_entries < 0) {
-        Error(String("localized_language_header.bucket_entries out of range"));
-        return false;
-    }
+    uint32_t bucket_count = table.bucket_count;
+    uint32_t bucket_bits = table.bucket_bits;
+    uint32_t index_count = table.count;
+    int bucket_entries = table.bucket_entries;
 
     BucketArray buckets;
     String reason;

@@ -4,6 +4,48 @@
 #include "compiled/TaggedFile.h"
 #include "foundation/ByteOrder.h"
 
+namespace {
+
+// Limits that keep every array a loader sizes from a header within 31 bits.
+constexpr uint32_t MAX_BUCKET_BITS = 32;
+constexpr uint32_t MAX_BUCKET_COUNT = 0x1FFFFFFF;
+
+String out_of_range(const char* header_name, const char* field) {
+    String message(header_name);
+    message.cat(".");
+    message.cat(field);
+    message.cat(" out of range");
+    return message;
+}
+
+}  // namespace
+
+bool check_table_header(const unsigned char* header, const char* header_name,
+                        const char* count_field, uint32_t count_loose, uint32_t count_tight,
+                        TableHeader* table, String* error) {
+    table->bucket_bits = get_u8(header + 2);
+    if (table->bucket_bits > MAX_BUCKET_BITS) {
+        *error = out_of_range(header_name, "bucket_bits");
+        return false;
+    }
+    table->bucket_count = 1u << (table->bucket_bits & 31);
+    if (table->bucket_count > MAX_BUCKET_COUNT) {
+        *error = String("read_bucket_size out of range");
+        return false;
+    }
+    table->count = get_u32(header + 3);
+    if (table->count > count_loose || table->count > count_tight) {
+        *error = out_of_range(header_name, count_field);
+        return false;
+    }
+    table->bucket_entries = get_s16(header);
+    if (table->bucket_entries < 0) {
+        *error = out_of_range(header_name, "bucket_entries");
+        return false;
+    }
+    return true;
+}
+
 std::vector<unsigned char> encode_bucket_records(const BucketArray& buckets, int bucket_count,
                                                  int limit, int* records) {
     std::vector<unsigned char> bytes(static_cast<size_t>(BUCKET_RECORD_SIZE) *

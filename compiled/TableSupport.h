@@ -91,6 +91,23 @@ class BucketArray {
     std::vector<Pair> pairs_;
 };
 
+// The header that every hashed table starts with: the count of bucket records (16 bits, read
+// as signed), the bucket bits (8) and the count of entries (32).
+struct TableHeader {
+    int bucket_entries;
+    uint32_t bucket_bits;
+    uint32_t bucket_count;
+    uint32_t count;
+};
+
+// Checks a table header in the loader's order: bucket bits, the bucket count they make, the
+// entry count against a loose and a tight bound (reported alike), the bucket record count.
+// False with the failed field's message in 'error', named after 'header_name' and
+// 'count_field'.
+bool check_table_header(const unsigned char* header, const char* header_name,
+                        const char* count_field, uint32_t count_loose, uint32_t count_tight,
+                        TableHeader* table, String* error);
+
 // Size of a bucket record: the bucket's number (16 bits, read as signed) and its chain's head.
 constexpr int BUCKET_RECORD_SIZE = 6;
 

@@ -26,10 +26,8 @@ constexpr int VARIABLE_RECORD_SIZE = 8;
 // Read limits. The bucket count and the variable count must keep every array size within 31
 // bits on the loader's side; the variable count has a looser and a tighter bound, both reported
 // alike, and the tighter one is in force.
-constexpr uint32_t MAX_BUCKET_COUNT = 0x1FFFFFFF;
 constexpr uint32_t MAX_VARIABLE_COUNT_LOOSE = 0x1FFFFFFF;
 constexpr uint32_t MAX_VARIABLE_COUNT = 0x7FFFFFF;
-constexpr uint32_t MAX_BUCKET_BITS = 32;
 // Entries first allocated for a table; they double as the table fills, up to its capacity.
 constexpr int VARIABLE_HASH_FIRST_ALLOCATION = 8;
 
@@ -408,26 +406,17 @@ int VariableHash::Read(TaggedFile* file) {
         Error(file->error());
         return 0;
     }
-    uint32_t bucket_bits = get_u8(header + 2);
-    if (bucket_bits > MAX_BUCKET_BITS) {
-        Error(String("variable_hash_header.bucket_bits out of range"));
+    TableHeader table;
+    String invalid;
+    if (!check_table_header(header, "variable_hash_header", "variable_count",
+                            MAX_VARIABLE_COUNT_LOOSE, MAX_VARIABLE_COUNT, &table, &invalid)) {
+        Error(invalid);
         return 0;
     }
-    uint32_t bucket_count = 1u << (bucket_bits & 31);
-    if (bucket_count > MAX_BUCKET_COUNT) {
-        Error(String("read_bucket_size out of range"));
-        return 0;
-    }
-    uint32_t variable_count = get_u32(header + 3);
-    if (variable_count > MAX_VARIABLE_COUNT_LOOSE || variable_count > MAX_VARIABLE_COUNT) {
-        Error(String("variable_hash_header.variable_count out of range"));
-        return 0;
-    }
-    int bucket_entries = get_s16(header);
-    if (bucket_entries < 0) {
-        Error(String("variable_hash_header.bucket_entries out of range"));
-        return 0;
-    }
+    uint32_t bucket_count = table.bucket_count;
+    uint32_t bucket_bits = table.bucket_bits;
+    uint32_t variable_count = table.count;
+    int bucket_entries = table.bucket_entries;
 
     BucketArray buckets;
     String reason;
