@@ -95,8 +95,9 @@ void IndexedPlaceHolderTree::Dump() {
     if (owner()) {
         for (const Slot& slot : slots_) delete slot.object;
     }
-    slots_.clear();
-    slots_.shrink_to_fit();
+    // Swapped out rather than shrunk: without exceptions the library's shrink_to_fit keeps
+    // the memory.
+    std::vector<Slot>().swap(slots_);
     used_ = 0;
 }
 
