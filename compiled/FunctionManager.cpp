@@ -26,12 +26,6 @@ constexpr uint32_t MAX_FUNCTION_COUNT_LOOSE = 0x1FFFFFFF;
 constexpr uint32_t MAX_FUNCTION_COUNT = 0x0FFFFFFF;
 constexpr uint32_t MAX_PARAMETER_COUNT = 0x0AAAAAAA;
 
-int* new_links(int count) {
-    int* links = new int[count];
-    for (int i = 0; i < count; ++i) links[i] = -1;
-    return links;
-}
-
 int measured(const char* text, int length) {
     return length == -1 ? static_cast<int>(std::strlen(text)) : length;
 }
@@ -92,16 +86,8 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
     if (count_ == capacity_) {
         // Doubling: a file of many functions is not recopied every FUNCTION_TABLE_GROWTH.
         int capacity = capacity_ + std::max(capacity_, FUNCTION_TABLE_GROWTH);
-        int* chain = new_links(capacity);
-        Function** functions = new Function*[capacity]();
-        for (int i = 0; i < count_; ++i) {
-            chain[i] = chain_[i];
-            functions[i] = functions_[i];
-        }
-        delete[] chain_;
-        delete[] functions_;
-        chain_ = chain;
-        functions_ = functions;
+        move_into(&chain_, count_, new_links(capacity));
+        move_into(&functions_, count_, new Function*[capacity]());
         capacity_ = capacity;
     }
     int added = count_;

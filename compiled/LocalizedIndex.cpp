@@ -30,12 +30,6 @@ constexpr uint32_t MAX_INDEX_RECORDS = 0x0AAAAAAA;
 // Entries first allocated for an index.
 constexpr int LOCALIZED_INDEX_FIRST_ALLOCATION = 4;
 
-int* new_links(int count) {
-    int* links = new int[count];
-    for (int i = 0; i < count; ++i) links[i] = -1;
-    return links;
-}
-
 }  // namespace
 
 LocalizedIndex::LocalizedIndex(Dictionary* dictionary, int bucket_bits, int capacity, int language)
@@ -263,24 +257,12 @@ bool LocalizedIndex::Read(TaggedFile* file, int tag) {
 // per step.
 void LocalizedIndex::Allocate(int needed) {
     if (needed <= allocated_) return;
-    int64_t size = allocated_ > 0 ? allocated_ : LOCALIZED_INDEX_FIRST_ALLOCATION;
-    while (size < needed) size *= 2;
-    if (size > INT_MAX / static_cast<int64_t>(sizeof(_LI_Entry))) size = needed;
-    int* next = new_links(static_cast<int>(size));
-    int* run_last = new_links(static_cast<int>(size));
-    _LI_Entry* entries = new _LI_Entry[static_cast<size_t>(size)]();
-    for (int i = 0; i < allocated_; ++i) {
-        next[i] = next_[i];
-        run_last[i] = run_last_[i];
-        entries[i] = entries_[i];
-    }
-    delete[] next_;
-    delete[] run_last_;
-    delete[] entries_;
-    next_ = next;
-    run_last_ = run_last;
-    entries_ = entries;
-    allocated_ = static_cast<int>(size);
+    int size =
+        doubled_allocation(allocated_, LOCALIZED_INDEX_FIRST_ALLOCATION, needed, sizeof(_LI_Entry));
+    move_into(&next_, allocated_, new_links(size));
+    move_into(&run_last_, allocated_, new_links(size));
+    move_into(&entries_, allocated_, new _LI_Entry[static_cast<size_t>(size)]());
+    allocated_ = size;
 }
 
 // The last of the twins that follow 'entry' in its chain (entry itself when it has none known):

@@ -34,12 +34,6 @@ constexpr int LANGUAGE_RECORD_SIZE = 8;
 constexpr uint32_t MAX_LANGUAGE_COUNT_LOOSE = 0x1FFFFFFF;
 constexpr uint32_t MAX_LANGUAGE_COUNT = 0x07FFFFFF;
 
-int* new_links(int count) {
-    int* links = new int[count];
-    for (int i = 0; i < count; ++i) links[i] = -1;
-    return links;
-}
-
 }  // namespace
 
 LocalizedLanguages::LocalizedLanguages(TarnApplication* application, Dictionary* dictionary,
@@ -347,18 +341,9 @@ bool LocalizedLanguages::Read() {
 // per step.
 void LocalizedLanguages::Allocate(int needed) {
     if (needed <= allocated_) return;
-    int64_t size = allocated_ > 0 ? allocated_ : LOCALIZED_LANGUAGES_GROWTH;
-    while (size < needed) size *= 2;
-    if (size > INT_MAX / static_cast<int64_t>(sizeof(_LL_Entry))) size = needed;
-    int* next = new_links(static_cast<int>(size));
-    _LL_Entry* languages = new _LL_Entry[static_cast<size_t>(size)]();
-    for (int i = 0; i < allocated_; ++i) {
-        next[i] = next_[i];
-        languages[i] = languages_[i];
-    }
-    delete[] next_;
-    delete[] languages_;
-    next_ = next;
-    languages_ = languages;
-    allocated_ = static_cast<int>(size);
+    int size =
+        doubled_allocation(allocated_, LOCALIZED_LANGUAGES_GROWTH, needed, sizeof(_LL_Entry));
+    move_into(&next_, allocated_, new_links(size));
+    move_into(&languages_, allocated_, new _LL_Entry[static_cast<size_t>(size)]());
+    allocated_ = size;
 }

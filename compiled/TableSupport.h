@@ -108,6 +108,33 @@ bool check_table_header(const unsigned char* header, const char* header_name,
                         const char* count_field, uint32_t count_loose, uint32_t count_tight,
                         TableHeader* table, String* error);
 
+// A new array of 'count' chain links, each -1 (the end of a chain).
+inline int* new_links(int count) {
+    int* links = new int[count];
+    for (int i = 0; i < count; ++i) links[i] = -1;
+    return links;
+}
+
+// How many entries of 'element_size' bytes to hold when 'allocated' are held and 'needed' must
+// be: doubling from 'first', so that a long table is not copied once per capacity step; exactly
+// 'needed' where doubling would pass a 31-bit byte count.
+inline int doubled_allocation(int allocated, int first, int needed, size_t element_size) {
+    int64_t size = allocated > 0 ? allocated : first;
+    while (size < needed) size *= 2;
+    if (size > INT32_MAX / static_cast<int64_t>(element_size)) size = needed;
+    return static_cast<int>(size);
+}
+
+// Moves the first 'kept' elements of '*array' into 'grown' (allocated with array new), which
+// takes the old array's place.
+template <class T>
+void move_into(T** array, int kept, T* grown) {
+    T* old = *array;
+    for (int i = 0; i < kept; ++i) grown[i] = old[i];
+    delete[] old;
+    *array = grown;
+}
+
 // Size of a bucket record: the bucket's number (16 bits, read as signed) and its chain's head.
 constexpr int BUCKET_RECORD_SIZE = 6;
 

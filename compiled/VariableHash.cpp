@@ -31,12 +31,6 @@ constexpr uint32_t MAX_VARIABLE_COUNT = 0x7FFFFFF;
 // Entries first allocated for a table; they double as the table fills, up to its capacity.
 constexpr int VARIABLE_HASH_FIRST_ALLOCATION = 8;
 
-int* new_links(int count) {
-    int* links = new int[count];
-    for (int i = 0; i < count; ++i) links[i] = -1;
-    return links;
-}
-
 _VH_Entry* new_entries(int count) {
     _VH_Entry* entries = new _VH_Entry[count];
     for (int i = 0; i < count; ++i) entries[i] = _VH_Entry{0, 0, nullptr};
@@ -485,26 +479,13 @@ void VariableHash::Grow() {
 // new ones empty.
 void VariableHash::Allocate(int needed) {
     if (needed <= allocated_) return;
-    // The doubling may run past the capacity, which grows in steps of 512: were it held to the
-    // capacity, a long table would be copied once per step, O(n^2 / 512) entries.
-    int64_t size = allocated_ > 0 ? allocated_ : VARIABLE_HASH_FIRST_ALLOCATION;
-    while (size < needed) size *= 2;
-    if (size > INT_MAX / static_cast<int64_t>(sizeof(_VH_Entry))) size = needed;
-    int* next = new_links(static_cast<int>(size));
-    int* run_last = new_links(static_cast<int>(size));
-    _VH_Entry* entries = new_entries(static_cast<int>(size));
-    for (int i = 0; i < allocated_; ++i) {
-        next[i] = next_[i];
-        run_last[i] = run_last_[i];
-        entries[i] = entries_[i];
-    }
-    delete[] next_;
-    delete[] run_last_;
-    delete[] entries_;
-    next_ = next;
-    run_last_ = run_last;
-    entries_ = entries;
-    allocated_ = static_cast<int>(size);
+    // The doubling may run past the capacity, which grows in steps of 512.
+    int size =
+        doubled_allocation(allocated_, VARIABLE_HASH_FIRST_ALLOCATION, needed, sizeof(_VH_Entry));
+    move_into(&next_, allocated_, new_links(size));
+    move_into(&run_last_, allocated_, new_links(size));
+    move_into(&entries_, allocated_, new_entries(size));
+    allocated_ = size;
 }
 
 // The last of the twins that follow 'entry' in its chain (entry itself when it has none known):
