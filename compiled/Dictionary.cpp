@@ -334,18 +334,30 @@ void Dictionary::Compress() {
         current_ = packed;
         return;
     }
-    std::vector<DictionaryPacker::Text> texts(entries_.size());
-    for (size_t i = 0; i < entries_.size(); i++) {
-        texts[i] = DictionaryPacker::Text{entries_[i].block->data() + entries_[i].offset,
-                                          entries_[i].size};
-    }
+    // The packer reads each entry where it is and moves it to the packed block once placed,
+    // so that no copy of the entry table is made for it.
+    class Entries : public DictionaryPacker::Texts {
+      public:
+        Entries(std::vector<Entry_Slot>* entries, DictionaryDataBlock* packed)
+            : entries_(entries), packed_(packed) {}
+        int count() const override { return static_cast<int>(entries_->size()); }
+        DictionaryPacker::Text At(int i) const override {
+            const Entry_Slot& entry = (*entries_)[static_cast<size_t>(i)];
+            return DictionaryPacker::Text{entry.block->data() + entry.offset, entry.size};
+        }
+        void Placed(int i, int offset) override {
+            Entry_Slot& entry = (*entries_)[static_cast<size_t>(i)];
+            entry.block = packed_;
+            entry.offset = offset;
+        }
+
+      private:
+        std::vector<Entry_Slot>* entries_;
+        DictionaryDataBlock* packed_;
+    };
     DictionaryDataBlock* packed = new DictionaryDataBlock(total);
-    std::vector<int> offsets(entries_.size());
-    DictionaryPacker().Pack(texts.data(), entries(), packed, offsets.data());
-    for (size_t i = 0; i < entries_.size(); i++) {
-        entries_[i].block = packed;
-        entries_[i].offset = offsets[i];
-    }
+    Entries texts(&entries_, packed);
+    DictionaryPacker().Pack(&texts, packed);
     Free_Blocks();
     blocks_.push_back(packed);
     current_ = packed;

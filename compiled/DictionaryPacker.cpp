@@ -90,9 +90,11 @@ int append_growing(DictionaryDataBlock* block, const char* text, int length) {
     return offset;
 }
 
+// Slots of an open-addressing table for at most 'entries' keys: filled to three quarters at
+// most, as these tables are the packer's largest memory.
 size_t table_size_for(size_t entries) {
     size_t size = 16;
-    while (size < entries * 2) size <<= 1;
+    while (size < entries + entries / 3 + 1) size <<= 1;
     return size;
 }
 
@@ -183,13 +185,33 @@ struct Member {
     int group;  // slot of its group in the group table
 };
 
-// A slot of the group table: the texts that share one key. Class 0 marks a free slot.
+// A slot of a group table: the texts that share one key. The short classes share one table,
+// their keys tagged with the class in the top byte; each wide class has a table of its own.
+// A negative 'begin' marks a free slot.
 struct Group {
     uint64_t key;
-    int key_class;
     int begin;   // first member in 'members_'
     int active;  // members still waiting, at the front of the group
 };
+
+constexpr int TABLE_SHORT = 0;
+constexpr int TABLE_WIDE8 = 1;
+constexpr int TABLE_WIDE16 = 2;
+constexpr int TABLE_COUNT = 3;
+
+int table_of(int key_class) {
+    return key_class < CLASS_WIDE8 ? TABLE_SHORT : key_class - CLASS_WIDE8 + TABLE_WIDE8;
+}
+
+// A key as its table keeps it: the keys of the short classes (at most 7 bytes) tagged with
+// their class, so that "ab" and "\0ab" stay apart.
+uint64_t tagged_key(int key_class, uint64_t key) {
+    return key_class < CLASS_WIDE8 ? key | static_cast<uint64_t>(key_class) << 56 : key;
+}
+
+uint64_t untagged_key(int key_class, uint64_t tagged) {
+    return key_class < CLASS_WIDE8 ? tagged & ((uint64_t{1} << 56) - 1) : tagged;
+}
 
 // A comparison that waits for the scan to reach its text's end.
 struct Deferred {
@@ -199,8 +221,8 @@ struct Deferred {
 
 class Scanner {
   public:
-    Scanner(const DictionaryPacker::Text* texts, int count, DictionaryDataBlock* block,
-            int64_t work_limit, DictionaryPacker::Counters* counters);
+    Scanner(const DictionaryPacker::Texts* texts, DictionaryDataBlock* block, int64_t work_limit,
+            DictionaryPacker::Counters* counters);
 
     // Offset of texts[i] under the layout rule; appends it (and scans its bytes) when it is
     // not in the block yet. False once the work limit has been passed; the text is placed all
@@ -211,7 +233,14 @@ class Scanner {
     void Count_Windows(int64_t total);
     void Choose_Key(const char* text, int length, int* key_class, uint64_t* key, int* defer);
     void Build();
+    void Find_Distinct();
+    void Build_Groups();
+    size_t Home_Of(int key_class, uint64_t hash) const {
+        int table = table_of(key_class);
+        return table_base_[table] + ((hash >> 24) & table_mask_[table]);
+    }
     size_t Slot_Of(int key_class, uint64_t key) const;
+    int Class_Of(size_t slot) const;
     void Build_Filter(int key_class);
     void Lead(int end);
     void Prepare(int end);
@@ -226,7 +255,7 @@ class Scanner {
     bool Check(const Member& member, int end);
     void Found(int id, int end);
 
-    const DictionaryPacker::Text* texts_;
+    const DictionaryPacker::Texts* texts_;
     int count_;
     DictionaryDataBlock* block_;
     int64_t work_limit_;
@@ -238,8 +267,10 @@ class Scanner {
     std::vector<int> first_end_;  // per id: end of its first occurrence, -1 while waiting
     std::vector<int> member_at_;  // per id: its place in 'members_'
     std::vector<Member> members_;
-    std::vector<Group> groups_;  // open addressing by key
-    size_t group_mask_ = 0;
+    // The group tables one after the other, each with open addressing by key.
+    std::vector<Group> groups_;
+    size_t table_base_[TABLE_COUNT] = {};
+    size_t table_mask_[TABLE_COUNT] = {};
     // Per key class: the slots of its groups, how many still have waiting members, and a
     // bitmap of their keys, two bits of one word per key, rebuilt when half of them are done.
     std::vector<int> class_groups_[CLASS_COUNT];
@@ -268,10 +299,10 @@ class Scanner {
     int deferred_free_ = -1;
 };
 
-Scanner::Scanner(const DictionaryPacker::Text* texts, int count, DictionaryDataBlock* block,
+Scanner::Scanner(const DictionaryPacker::Texts* texts, DictionaryDataBlock* block,
                  int64_t work_limit, DictionaryPacker::Counters* counters)
     : texts_(texts),
-      count_(count),
+      count_(texts->count()),
       block_(block),
       work_limit_(work_limit),
       counters_(counters),
@@ -287,9 +318,10 @@ void Scanner::Count_Windows(int64_t total) {
     window_counts_.assign(size_t{1} << WINDOW_COUNT_BITS, 0);
     int step = static_cast<int>(total / WINDOW_SAMPLE) + 1;
     for (int i = 0; i < count_; i += step) {
-        const char* text = texts_[i].bytes;
+        DictionaryPacker::Text sampled = texts_->At(i);
+        const char* text = sampled.bytes;
         uint64_t window = 0;
-        for (int k = 0; k < texts_[i].length; k++) {
+        for (int k = 0; k < sampled.length; k++) {
             window = window << 8 | static_cast<unsigned char>(text[k]);
             if (k < 7) continue;
             uint16_t& c = window_counts_[mix(window) >> (64 - WINDOW_COUNT_BITS)];
@@ -338,90 +370,114 @@ void Scanner::Choose_Key(const char* text, int length, int* key_class, uint64_t*
 
 // The slot of the group with this key, or the free slot where it would go.
 size_t Scanner::Slot_Of(int key_class, uint64_t key) const {
-    size_t slot = (group_hash(key_class, key) >> 24) & group_mask_;
-    for (;; slot = (slot + 1) & group_mask_) {
-        const Group& group = groups_[slot];
-        if (group.key_class == 0 || (group.key == key && group.key_class == key_class)) {
-            return slot;
-        }
+    int table = table_of(key_class);
+    size_t base = table_base_[table];
+    size_t mask = table_mask_[table];
+    uint64_t tagged = tagged_key(key_class, key);
+    for (size_t k = (group_hash(key_class, key) >> 24) & mask;; k = (k + 1) & mask) {
+        const Group& group = groups_[base + k];
+        if (group.begin < 0 || group.key == tagged) return base + k;
     }
+}
+
+int Scanner::Class_Of(size_t slot) const {
+    if (slot >= table_base_[TABLE_WIDE16]) return CLASS_WIDE16;
+    if (slot >= table_base_[TABLE_WIDE8]) return CLASS_WIDE8;
+    return static_cast<int>(groups_[slot].key >> 56);
 }
 
 void Scanner::Build() {
     int64_t total = 0;
-    for (int i = 0; i < count_; i++) total += texts_[i].length;
+    for (int i = 0; i < count_; i++) total += texts_->At(i).length;
     if (work_limit_ < 0) work_limit_ = WORK_PER_BYTE * (total + count_) + (int64_t{1} << 20);
     Count_Windows(total);
-
-    // Distinct texts by hash and bytes, each with an id in order of first appearance. The
-    // tables are probed a few texts ahead of their use (PREFETCH_TEXTS), as they are far larger
-    // than the caches.
-    std::vector<uint64_t> hashes(static_cast<size_t>(count_));
-    for (int i = 0; i < count_; i++) {
-        uint64_t hash = 0;
-        for (int k = 0; k < texts_[i].length; k++) {
-            hash = hash * HASH_BASE + static_cast<unsigned char>(texts_[i].bytes[k]);
-        }
-        hashes[static_cast<size_t>(i)] = hash;
+    Find_Distinct();
+    Build_Groups();
+    first_end_.assign(members_.size(), -1);
+    for (int c = 1; c < CLASS_COUNT; c++) {
+        live_groups_[c] = static_cast<int>(class_groups_[c].size());
+        if (c < CLASS_WIDE8 && live_groups_[c] > 0) short_classes_ |= 1u << c;
+        Build_Filter(c);
     }
+}
+
+// The distinct texts by hash and bytes, as members in order of first appearance (their id).
+// The table is probed a few texts ahead of its use (PREFETCH_TEXTS), as it is far larger than
+// the caches.
+void Scanner::Find_Distinct() {
+    auto hash_of = [](DictionaryPacker::Text text) {
+        uint64_t hash = 0;
+        for (int k = 0; k < text.length; k++) {
+            hash = hash * HASH_BASE + static_cast<unsigned char>(text.bytes[k]);
+        }
+        return hash;
+    };
     size_t id_mask = table_size_for(static_cast<size_t>(count_)) - 1;
-    auto id_slot_of = [&](int i) {
-        return mix(hashes[static_cast<size_t>(i)] + static_cast<uint64_t>(texts_[i].length)) &
-               id_mask;
+    auto id_slot_of = [id_mask](uint64_t hash, int length) {
+        return mix(hash + static_cast<uint64_t>(length)) & id_mask;
     };
     std::vector<int> id_slots(id_mask + 1, -1);
-    std::vector<Member> distinct;
+    // Room for every text to be distinct: pages that are never written cost nothing.
+    members_.reserve(static_cast<size_t>(count_));
     text_id_.assign(static_cast<size_t>(count_), -1);
+    uint64_t ahead[PREFETCH_TEXTS];
+    for (int i = 0; i < count_ && i < PREFETCH_TEXTS; i++) ahead[i] = hash_of(texts_->At(i));
     for (int i = 0; i < count_; i++) {
-        if (i + PREFETCH_TEXTS < count_)
-            __builtin_prefetch(&id_slots[id_slot_of(i + PREFETCH_TEXTS)]);
-        const char* text = texts_[i].bytes;
-        int length = texts_[i].length;
-        if (length == 0) continue;
-        uint64_t hash = hashes[static_cast<size_t>(i)];
-        size_t slot = id_slot_of(i);
+        uint64_t hash = ahead[i % PREFETCH_TEXTS];
+        if (i + PREFETCH_TEXTS < count_) {
+            DictionaryPacker::Text later = texts_->At(i + PREFETCH_TEXTS);
+            uint64_t later_hash = hash_of(later);
+            ahead[i % PREFETCH_TEXTS] = later_hash;
+            __builtin_prefetch(&id_slots[id_slot_of(later_hash, later.length)]);
+        }
+        DictionaryPacker::Text text = texts_->At(i);
+        if (text.length == 0) continue;
+        size_t slot = id_slot_of(hash, text.length);
         int id = -1;
         for (; id_slots[slot] >= 0; slot = (slot + 1) & id_mask) {
-            const Member& seen = distinct[static_cast<size_t>(id_slots[slot])];
-            if (seen.hash == hash && seen.length == length &&
-                std::memcmp(seen.bytes, text, static_cast<size_t>(length)) == 0) {
+            const Member& seen = members_[static_cast<size_t>(id_slots[slot])];
+            if (seen.hash == hash && seen.length == text.length &&
+                std::memcmp(seen.bytes, text.bytes, static_cast<size_t>(text.length)) == 0) {
                 id = seen.id;
                 break;
             }
         }
         if (id < 0) {
-            id = static_cast<int>(distinct.size());
+            id = static_cast<int>(members_.size());
             id_slots[slot] = id;
-            distinct.push_back(Member{hash, text, length, 0, id, 0});
+            members_.push_back(Member{hash, text.bytes, text.length, 0, id, 0});
         }
         text_id_[static_cast<size_t>(i)] = id;
     }
-    id_slots = std::vector<int>();
-    hashes = std::vector<uint64_t>();
+}
 
-    // Each distinct text's key, then its group.
-    size_t ids = distinct.size();
-    std::vector<uint64_t> keys(ids);
-    std::vector<int> key_classes(ids);
-    for (Member& member : distinct) {
-        Choose_Key(member.bytes, member.length, &key_classes[static_cast<size_t>(member.id)],
-                   &keys[static_cast<size_t>(member.id)], &member.defer);
+// Files every member under its key, then orders the members by group, the groups by class,
+// moving them within 'members_' itself.
+void Scanner::Build_Groups() {
+    size_t in_table[TABLE_COUNT] = {};
+    for (const Member& member : members_) {
+        in_table[member.length < 8 ? TABLE_SHORT : member.length < 16 ? TABLE_WIDE8 : TABLE_WIDE16]++;
     }
-    group_mask_ = table_size_for(ids) - 1;
-    groups_.assign(group_mask_ + 1, Group{0, 0, 0, 0});
-    for (size_t id = 0; id < ids; id++) {
-        if (id + PREFETCH_TEXTS < ids) {
-            size_t ahead = id + PREFETCH_TEXTS;
-            __builtin_prefetch(
-                &groups_[(group_hash(key_classes[ahead], keys[ahead]) >> 24) & group_mask_]);
+    size_t slots = 0;
+    for (int t = 0; t < TABLE_COUNT; t++) {
+        table_base_[t] = slots;
+        table_mask_[t] = table_size_for(in_table[t]) - 1;
+        slots += table_mask_[t] + 1;
+    }
+    groups_.assign(slots, Group{0, -1, 0});
+
+    for (Member& member : members_) {
+        int key_class = 0;
+        uint64_t key = 0;
+        Choose_Key(member.bytes, member.length, &key_class, &key, &member.defer);
+        size_t slot = Slot_Of(key_class, key);
+        Group& group = groups_[slot];
+        if (group.begin < 0) {
+            group = Group{tagged_key(key_class, key), 0, 0};
+            class_groups_[key_class].push_back(static_cast<int>(slot));
         }
-        size_t group = Slot_Of(key_classes[id], keys[id]);
-        if (groups_[group].key_class == 0) {
-            groups_[group] = Group{keys[id], key_classes[id], 0, 0};
-            class_groups_[key_classes[id]].push_back(static_cast<int>(group));
-        }
-        groups_[group].active++;
-        distinct[id].group = static_cast<int>(group);
+        group.active++;
+        member.group = static_cast<int>(slot);
     }
 
     int begin = 0;
@@ -433,19 +489,18 @@ void Scanner::Build() {
             group.active = 0;
         }
     }
-    members_.resize(distinct.size());
-    member_at_.resize(distinct.size());
-    for (const Member& member : distinct) {
+    member_at_.resize(members_.size());
+    for (const Member& member : members_) {
         Group& group = groups_[static_cast<size_t>(member.group)];
-        int at = group.begin + group.active++;
-        members_[static_cast<size_t>(at)] = member;
-        member_at_[static_cast<size_t>(member.id)] = at;
+        member_at_[static_cast<size_t>(member.id)] = group.begin + group.active++;
     }
-    first_end_.assign(distinct.size(), -1);
-    for (int c = 1; c < CLASS_COUNT; c++) {
-        live_groups_[c] = static_cast<int>(class_groups_[c].size());
-        if (c < CLASS_WIDE8 && live_groups_[c] > 0) short_classes_ |= 1u << c;
-        Build_Filter(c);
+    // Each swap puts one member where it belongs.
+    for (size_t at = 0; at < members_.size(); at++) {
+        for (;;) {
+            size_t to = static_cast<size_t>(member_at_[static_cast<size_t>(members_[at].id)]);
+            if (to == at) break;
+            std::swap(members_[at], members_[to]);
+        }
     }
 }
 
@@ -463,7 +518,7 @@ void Scanner::Build_Filter(int key_class) {
     filter_mask_[key_class] = words - 1;
     for (int slot : slots) {
         const Group& group = groups_[static_cast<size_t>(slot)];
-        uint64_t hash = group_hash(key_class, group.key);
+        uint64_t hash = group_hash(key_class, untagged_key(key_class, group.key));
         filter_[key_class][hash & (words - 1)] |=
             (uint64_t{1} << (hash >> 52 & 63)) | (uint64_t{1} << (hash >> 58));
     }
@@ -493,10 +548,10 @@ void Scanner::Lead(int end) {
 void Scanner::Prepare(int end) {
     size_t at = static_cast<size_t>(end & (HISTORY_SIZE - 1));
     if (end >= 16 && live_groups_[CLASS_WIDE16] > 0 && Maybe(CLASS_WIDE16, wide_hash_at_[at])) {
-        __builtin_prefetch(&groups_[(wide_hash_at_[at] >> 24) & group_mask_]);
+        __builtin_prefetch(&groups_[Home_Of(CLASS_WIDE16, wide_hash_at_[at])]);
     }
     if (end >= 8 && live_groups_[CLASS_WIDE8] > 0 && Maybe(CLASS_WIDE8, window_hash_at_[at])) {
-        __builtin_prefetch(&groups_[(window_hash_at_[at] >> 24) & group_mask_]);
+        __builtin_prefetch(&groups_[Home_Of(CLASS_WIDE8, window_hash_at_[at])]);
     }
 }
 
@@ -545,7 +600,7 @@ void Scanner::Scan(int from) {
 
 void Scanner::Probe(int key_class, uint64_t key, int end) {
     Group& group = groups_[Slot_Of(key_class, key)];
-    if (group.key_class == 0) return;
+    if (group.begin < 0) return;
     counters_->key_hits++;
     counters_->work++;
     for (int at = group.begin; at < group.begin + group.active;) {
@@ -597,13 +652,14 @@ bool Scanner::Check(const Member& member, int end) {
 void Scanner::Found(int id, int end) {
     first_end_[static_cast<size_t>(id)] = end;
     int at = member_at_[static_cast<size_t>(id)];
-    Group& group = groups_[static_cast<size_t>(members_[static_cast<size_t>(at)].group)];
+    size_t slot = static_cast<size_t>(members_[static_cast<size_t>(at)].group);
+    Group& group = groups_[slot];
     int last = group.begin + group.active - 1;
     std::swap(members_[static_cast<size_t>(at)], members_[static_cast<size_t>(last)]);
     member_at_[static_cast<size_t>(members_[static_cast<size_t>(at)].id)] = at;
     member_at_[static_cast<size_t>(id)] = last;
     if (--group.active > 0) return;
-    int key_class = group.key_class;
+    int key_class = Class_Of(slot);
     if (--live_groups_[key_class] == 0 && key_class < CLASS_WIDE8) {
         short_classes_ &= ~(1u << key_class);
     }
@@ -611,7 +667,8 @@ void Scanner::Found(int id, int end) {
 }
 
 bool Scanner::Place(int i, int* offset) {
-    int length = texts_[i].length;
+    DictionaryPacker::Text text = texts_->At(i);
+    int length = text.length;
     if (length == 0) {
         *offset = 0;
         return true;
@@ -622,22 +679,23 @@ bool Scanner::Place(int i, int* offset) {
         return true;
     }
     int from = block_->used();
-    *offset = append_growing(block_, texts_[i].bytes, length);
+    *offset = append_growing(block_, text.bytes, length);
     Scan(from);
     return !over_limit_;
 }
 
 }  // namespace
 
-void DictionaryPacker::Pack(const Text* texts, int count, DictionaryDataBlock* block,
-                            int* offsets) {
+void DictionaryPacker::Pack(Texts* texts, DictionaryDataBlock* block) {
     counters_ = Counters();
+    int count = texts->count();
     int i = 0;
     if (work_limit_ != 0) {
-        Scanner scanner(texts, count, block, work_limit_, &counters_);
+        Scanner scanner(texts, block, work_limit_, &counters_);
         while (i < count) {
-            bool within = scanner.Place(i, &offsets[i]);
-            i++;
+            int offset = 0;
+            bool within = scanner.Place(i, &offset);
+            texts->Placed(i++, offset);
             if (!within) break;
         }
     }
@@ -647,13 +705,31 @@ void DictionaryPacker::Pack(const Text* texts, int count, DictionaryDataBlock* b
     for (int k = 0; k < block->used(); k++)
         automaton.Extend(static_cast<unsigned char>(block->data()[k]));
     for (; i < count; i++) {
-        int length = texts[i].length;
-        int offset = length == 0 ? 0 : automaton.Find(texts[i].bytes, length);
+        Text text = texts->At(i);
+        int offset = text.length == 0 ? 0 : automaton.Find(text.bytes, text.length);
         if (offset < 0) {
-            offset = append_growing(block, texts[i].bytes, length);
-            for (int k = 0; k < length; k++)
-                automaton.Extend(static_cast<unsigned char>(texts[i].bytes[k]));
+            offset = append_growing(block, text.bytes, text.length);
+            for (int k = 0; k < text.length; k++)
+                automaton.Extend(static_cast<unsigned char>(text.bytes[k]));
         }
-        offsets[i] = offset;
+        texts->Placed(i, offset);
     }
+}
+
+void DictionaryPacker::Pack(const Text* texts, int count, DictionaryDataBlock* block,
+                            int* offsets) {
+    class Array : public Texts {
+      public:
+        Array(const Text* texts, int count, int* offsets)
+            : texts_(texts), count_(count), offsets_(offsets) {}
+        int count() const override { return count_; }
+        Text At(int i) const override { return texts_[i]; }
+        void Placed(int i, int offset) override { offsets_[i] = offset; }
+
+      private:
+        const Text* texts_;
+        int count_;
+        int* offsets_;
+    } array(texts, count, offsets);
+    Pack(&array, block);
 }

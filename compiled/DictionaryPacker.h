@@ -25,6 +25,17 @@ class DictionaryPacker {
         bool fell_back = false;     // the suffix automaton placed the rest
     };
 
+    // The texts to place, read in order, and where each one went. Texts are asked for by
+    // index, so that a caller with its texts elsewhere need not copy a view of each.
+    class Texts {
+      public:
+        virtual ~Texts() = default;
+        virtual int count() const = 0;
+        virtual Text At(int i) const = 0;
+        // Called once per text, in order, with its offset; At(i) is not asked for again after.
+        virtual void Placed(int i, int offset) = 0;
+    };
+
     // 'work_limit' bounds the work of the fast path; past it the remaining texts are placed with
     // a suffix automaton, whose time is linear in any input. -1 sets the bound in proportion to
     // the pool, 0 uses the automaton from the start (the tests drive both paths).
@@ -34,6 +45,8 @@ class DictionaryPacker {
     // leftmost place where its bytes already occur in the block (the empty text to offset 0),
     // else it is appended, the block growing to whole granules when the text does not fit.
     // offsets[i] receives the offset of texts[i].
+    void Pack(Texts* texts, DictionaryDataBlock* block);
+    // The same over an array, with offsets[i] receiving the offset of texts[i].
     void Pack(const Text* texts, int count, DictionaryDataBlock* block, int* offsets);
 
     const Counters& counters() const { return counters_; }
