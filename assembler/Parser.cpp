@@ -353,11 +353,12 @@ TokenType Parser::ReadQuotedString(String* value, int& length) {
 
 int Parser::Start() {
     GrammarState grammar(source_text_);
-    // Every few megabytes the source behind the tokenizer is handed back, but for a margin:
-    // names and texts are copied out as their statement is carried out, so a large source
-    // needs only its current stretch in memory.
-    constexpr int DISCARD_STEP = 4 << 20;
-    constexpr int DISCARD_MARGIN = 1 << 20;
+    // Every megabyte the source behind the tokenizer is handed back, but for a margin: names
+    // and texts are copied out as their statement is carried out, so a large source needs only
+    // its current stretch in memory, and none of it once read. (A page handed back too early
+    // is only read again.)
+    constexpr int DISCARD_STEP = 1 << 20;
+    constexpr int DISCARD_MARGIN = 1 << 19;
     int discarded = 0;
     for (;;) {
         const TokenType type = GetNextToken(&grammar.text, grammar.length, &string_value_);
@@ -366,7 +367,12 @@ int Parser::Start() {
             file_->Discard(discarded, until - discarded);
             discarded = until;
         }
-        if (Step(grammar, type)) return grammar.result;
+        if (Step(grammar, type)) {
+            if (mapped() && source_length_ > discarded) {
+                file_->Discard(discarded, source_length_ - discarded);
+            }
+            return grammar.result;
+        }
     }
 }
 

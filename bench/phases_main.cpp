@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
     }
 #ifdef __GLIBC__
     (void)mallopt(M_MXFAST, 0);  // as tnasm itself does
+    (void)mallopt(M_MMAP_THRESHOLD, 128 * 1024);
 #endif
     mpd_ieee_context(&Tarn_MPD_Context, 64);
     UNIXAssemblerApplication application(argc, argv);

@@ -15,6 +15,11 @@ int main(int argc, char** argv) {
     // functions); the allocator's fast bins would only put off merging them until a large block
     // is asked for, and then merge them all at once.
     (void)mallopt(M_MXFAST, 0);
+    // Large blocks (the name tables, the dictionary's entry table, the repacking's tables) are
+    // mapped on their own and unmapped when freed, so that the memory of one stage is handed
+    // back before the next; by default the allocator raises this bound as blocks are freed,
+    // and keeps ever larger freed blocks.
+    (void)mallopt(M_MMAP_THRESHOLD, 128 * 1024);
 #endif
     mpd_ieee_context(&Tarn_MPD_Context, 64);
     UNIXAssemblerApplication application(argc, argv);
