@@ -71,11 +71,12 @@ AssemblerParser::AssemblerParser(AssemblerApplication* application, File* file,
       application_(application),
       segment_manager_(new SegmentManager()),
       spare_placeholders_(1),
-      function_references_(1),
+      symbols_(),
+      function_references_(),
       global_identifiers_(1),
       system_identifiers_(1),
-      function_names_(1),
-      string_identifiers_(1),
+      function_names_(0),
+      string_identifiers_(0),
       lookup_name_(),
       function_manager_(new FunctionManager(&dictionary_, FUNCTION_BUCKET_BITS)),
       current_function_(nullptr),
@@ -201,10 +202,8 @@ int AssemblerParser::ProcessImmediate(const char* text, int length, int operands
                                                           operand_count_);
         case RESOLVE_FUNCTION:
             // Patched by Resolve once every function of the file is known.
-            function_references_.Insert(
-                new ResolvablePlaceHolder(text, length, current_context_->position(),
-                                          current_context_),
-                LIST_TAIL);
+            function_references_.push_back(
+                symbols_.Make(text, length, current_context_->position(), current_context_));
             return current_context_->StoreImmediate(-1);
         default: {
             // Kind 6 is deliberately refused, as is any kind outside the table.
@@ -253,7 +252,7 @@ int AssemblerParser::ProcessFunction(const char* name, int length, int flags) {
         contexts_.Insert(current_context_, LIST_TAIL);
     }
     function_stack_.Push(current_function_);
-    function_names_.Insert(new ResolvablePlaceHolder(name, length, current_function_->index()));
+    function_names_.Insert(symbols_.Make(name, length, current_function_->index()));
     return 0;
 }
 
@@ -304,7 +303,7 @@ int AssemblerParser::ProcessString(const char* identifier, int identifier_length
             message_with("Duplicate string identifier \"", identifier, identifier_length, "\""));
     }
     int index = dictionary_.Entry_Add(text_or_empty(text), text_length);
-    string_identifiers_.Insert(new ResolvablePlaceHolder(identifier, identifier_length, index));
+    string_identifiers_.Insert(symbols_.Make(identifier, identifier_length, index));
     return 0;
 }
 
@@ -381,8 +380,7 @@ int AssemblerParser::Resolve() {
     }
     // An external declaration left open at the end is accepted as it is.
     if (current_context_->Resolve() != 0) return 1;
-    for (ResolvablePlaceHolder* reference = function_references_.First(); reference != nullptr;
-         reference = function_references_.Next()) {
+    for (ResolvablePlaceHolder* reference : function_references_) {
         // Case-sensitive, unlike the duplicate check: `call Main` does not find `main`.
         ResolvablePlaceHolder* function = function_names_.Find(reference->name());
         if (function == nullptr) {
@@ -434,11 +432,12 @@ int AssemblerParser::Write(const char* path, const unsigned char* identifier) {
 // ---- helpers ----
 
 void AssemblerParser::ReleaseSymbols() {
-    function_references_.Dump();
+    std::vector<ResolvablePlaceHolder*>().swap(function_references_);
     global_identifiers_.Dump();
     system_identifiers_.Dump();
     function_names_.Dump();
     string_identifiers_.Dump();
+    symbols_.Release();
     for (FunctionContext* context = contexts_.First(); context != nullptr;
          context = contexts_.Next()) {
         context->ReleaseSymbols();

@@ -4,9 +4,12 @@
 #ifndef TARN_ASSEMBLER_ASSEMBLERPARSER_H
 #define TARN_ASSEMBLER_ASSEMBLERPARSER_H
 
+#include <vector>
+
 #include "assembler/FunctionContext.h"
 #include "assembler/IndexedPlaceHolderTree.h"
 #include "assembler/Parser.h"
+#include "assembler/PlaceHolderPool.h"
 #include "assembler/RBTree.h"
 #include "assembler/ResolvablePlaceHolder.h"
 #include "compiled/Dictionary.h"
@@ -92,7 +95,10 @@ class AssemblerParser : public Parser {
     AssemblerApplication* application_;
     SegmentManager* segment_manager_;
     List<ResolvablePlaceHolder> spare_placeholders_;
-    List<ResolvablePlaceHolder> function_references_;
+    // The string constants, the function names and the function references are made in
+    // 'symbols_', which owns them; the tables and the reference list only point to them.
+    PlaceHolderPool symbols_;
+    std::vector<ResolvablePlaceHolder*> function_references_;
     IndexedPlaceHolderTree global_identifiers_;
     IndexedPlaceHolderTree system_identifiers_;
     IndexedPlaceHolderTree function_names_;
