@@ -188,7 +188,7 @@ int Dictionary::Entry_Add(const char* text, int length) {
     // A block for the text must stay within 31 bits.
     if (length < 0 || length > INT_MAX - TF_DATA_BLOCK_SIZE) return -1;
     if (length > 0 && text == nullptr) return -1;
-    // The table is said to grow by DICTIONARY_ENTRY_STEP entries; the vector underneath grows
+    // The table is said to grow by DICTIONARY_ENTRY_STEP entries; the array underneath grows
     // geometrically, so that adding stays linear in the number of entries.
     if (entries() == entry_capacity_) entry_capacity_ += DICTIONARY_ENTRY_STEP;
     int index = entries();
@@ -338,7 +338,7 @@ void Dictionary::Compress() {
     // so that no copy of the entry table is made for it.
     class Entries : public DictionaryPacker::Texts {
       public:
-        Entries(std::vector<Entry_Slot>* entries, DictionaryDataBlock* packed)
+        Entries(GrowingArray<Entry_Slot>* entries, DictionaryDataBlock* packed)
             : entries_(entries), packed_(packed) {}
         int count() const override { return static_cast<int>(entries_->size()); }
         DictionaryPacker::Text At(int i) const override {
@@ -352,7 +352,7 @@ void Dictionary::Compress() {
         }
 
       private:
-        std::vector<Entry_Slot>* entries_;
+        GrowingArray<Entry_Slot>* entries_;
         DictionaryDataBlock* packed_;
     };
     DictionaryDataBlock* packed = new DictionaryDataBlock(total);
@@ -465,7 +465,7 @@ bool Dictionary::Read(TaggedFile* file) {
         Error(file->error());
         return false;
     }
-    std::vector<Entry_Slot> entries(entry_count);
+    GrowingArray<Entry_Slot> entries(entry_count);
     for (size_t i = 0; i < entries.size(); i++) {
         int offset = get_s32(table.data() + i * DICTIONARY_ENTRY_SIZE);
         int size = get_s32(table.data() + i * DICTIONARY_ENTRY_SIZE + 4);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "compiled/TaggedFile.h"
+#include "foundation/GrowingArray.h"
 #include "foundation/String.h"
 
 // The entry table grows by this many entries at a time.
@@ -113,7 +114,7 @@ class Dictionary {
     void Note_Windows(int from);
 
     String error_;
-    std::vector<Entry_Slot> entries_;
+    GrowingArray<Entry_Slot> entries_;
     int entry_capacity_;
     // Owned, in creation order.
     std::vector<DictionaryDataBlock*> blocks_;
