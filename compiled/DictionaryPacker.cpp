@@ -41,7 +41,7 @@ constexpr int WINDOW_COUNT_BITS = 18;
 // Sampled windows at most: enough for the rare ones to stand out, cheap for huge pools.
 constexpr int64_t WINDOW_SAMPLE = 4 << 20;
 // Bitmap bits per key group (at least), and the fast path's work per pool byte.
-constexpr int FILTER_BITS_PER_GROUP = 16;
+constexpr int FILTER_BITS_PER_GROUP = 32;
 // How far ahead of the scan the wide keys are computed, within a history of HISTORY_SIZE
 // positions (which also holds the fold 8 bytes back for the 16-byte key).
 constexpr int PREFETCH_DISTANCE = 16;
@@ -235,9 +235,11 @@ class Scanner {
     void Build();
     void Find_Distinct();
     void Build_Groups();
+    // The first slot to try for a key of this hash, within its table: the table's sizes are
+    // not powers of two, so that none is much larger than its load calls for.
     size_t Home_Of(int key_class, uint64_t hash) const {
         int table = table_of(key_class);
-        return table_base_[table] + ((hash >> 24) & table_mask_[table]);
+        return table_base_[table] + ((hash >> 24 & 0xFFFFFFFFu) * table_size_[table] >> 32);
     }
     size_t Slot_Of(int key_class, uint64_t key) const;
     int Class_Of(size_t slot) const;
@@ -270,7 +272,7 @@ class Scanner {
     // The group tables one after the other, each with open addressing by key.
     std::vector<Group> groups_;
     size_t table_base_[TABLE_COUNT] = {};
-    size_t table_mask_[TABLE_COUNT] = {};
+    size_t table_size_[TABLE_COUNT] = {};
     // Per key class: the slots of its groups, how many still have waiting members, and a
     // bitmap of their keys, two bits of one word per key, rebuilt when half of them are done.
     std::vector<int> class_groups_[CLASS_COUNT];
@@ -371,12 +373,12 @@ void Scanner::Choose_Key(const char* text, int length, int* key_class, uint64_t*
 // The slot of the group with this key, or the free slot where it would go.
 size_t Scanner::Slot_Of(int key_class, uint64_t key) const {
     int table = table_of(key_class);
-    size_t base = table_base_[table];
-    size_t mask = table_mask_[table];
+    size_t end = table_base_[table] + table_size_[table];
     uint64_t tagged = tagged_key(key_class, key);
-    for (size_t k = (group_hash(key_class, key) >> 24) & mask;; k = (k + 1) & mask) {
-        const Group& group = groups_[base + k];
-        if (group.begin < 0 || group.key == tagged) return base + k;
+    for (size_t slot = Home_Of(key_class, group_hash(key_class, key));;) {
+        const Group& group = groups_[slot];
+        if (group.begin < 0 || group.key == tagged) return slot;
+        if (++slot == end) slot = table_base_[table];
     }
 }
 
@@ -461,8 +463,9 @@ void Scanner::Build_Groups() {
     size_t slots = 0;
     for (int t = 0; t < TABLE_COUNT; t++) {
         table_base_[t] = slots;
-        table_mask_[t] = table_size_for(in_table[t]) - 1;
-        slots += table_mask_[t] + 1;
+        // At most three fifths full.
+        table_size_[t] = in_table[t] + in_table[t] * 2 / 3 + 1;
+        slots += table_size_[t];
     }
     groups_.assign(slots, Group{0, -1, 0});
 
