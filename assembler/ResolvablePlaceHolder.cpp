@@ -8,18 +8,19 @@
 ResolvablePlaceHolder::ResolvablePlaceHolder(const char* name, int length, int value,
                                              FunctionContext* context, int opcode,
                                              int operand_number)
-    : name_(length < INLINE_NAME ? inline_name_ : new char[length + 1]),
-      name_length_(length),
+    : name_length_(length),
       value_(value),
       context_(context),
       opcode_(opcode),
       operand_number_(operand_number) {
-    if (length > 0) std::memcpy(name_, name, static_cast<size_t>(length));
-    name_[length] = '\0';
+    char* copy = inline_name_;
+    if (length >= INLINE_NAME) copy = long_name_ = new char[length + 1];
+    if (length > 0) std::memcpy(copy, name, static_cast<size_t>(length));
+    copy[length] = '\0';
 }
 
 ResolvablePlaceHolder::~ResolvablePlaceHolder() {
-    if (name_ != inline_name_) delete[] name_;
+    if (name_length_ >= INLINE_NAME) delete[] long_name_;
 }
 
 Segment* ResolvablePlaceHolder::SegmentAddress() const {

@@ -22,7 +22,7 @@ class ResolvablePlaceHolder {
     // The segment of the context that holds the reference; none for a definition.
     Segment* SegmentAddress() const;
 
-    const char* name() const { return name_; }
+    const char* name() const { return name_length_ < INLINE_NAME ? inline_name_ : long_name_; }
     int length() const { return name_length_; }
     int value() const { return value_; }
     FunctionContext* context() const { return context_; }
@@ -34,13 +34,16 @@ class ResolvablePlaceHolder {
     // short, and a program has hundreds of thousands of them.
     static constexpr int INLINE_NAME = 16;
 
-    char* name_;
     int name_length_;
     int value_;
     FunctionContext* context_;
     int opcode_;
     int operand_number_;
-    char inline_name_[INLINE_NAME];
+    // The name in place when it is short, else the buffer that holds it.
+    union {
+        char inline_name_[INLINE_NAME];
+        char* long_name_;
+    };
 };
 
 #endif
