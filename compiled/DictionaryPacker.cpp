@@ -267,8 +267,11 @@ class Scanner {
     std::vector<uint16_t> window_counts_;
     std::vector<int> text_id_;    // distinct id of each text, -1 for the empty text
     std::vector<int> first_end_;  // per id: end of its first occurrence, -1 while waiting
-    std::vector<int> member_at_;  // per id: its place in 'members_'
-    std::vector<Member> members_;
+    std::vector<Member> members_;  // by id
+    // The ids by group, the groups by class, each group's waiting members at its front; and
+    // per id its place there.
+    std::vector<int> order_;
+    std::vector<int> member_at_;
     // The group tables one after the other, each with open addressing by key.
     std::vector<Group> groups_;
     size_t table_base_[TABLE_COUNT] = {};
@@ -351,14 +354,15 @@ void Scanner::Choose_Key(const char* text, int length, int* key_class, uint64_t*
         window = window << 8 | static_cast<unsigned char>(text[k]);
         region[k - 7 - first] = window;
     }
-    auto count_of = [this](uint64_t folded) {
-        return window_counts_[mix(folded) >> (64 - WINDOW_COUNT_BITS)];
-    };
+    unsigned counts[MAX_DEFER + 10];
+    for (int k = 0; k <= length - 8 - first; k++) {
+        counts[k] = window_counts_[mix(region[k]) >> (64 - WINDOW_COUNT_BITS)];
+    }
     int best = length - width;
     unsigned best_cost = ~0u;
     for (int start = length - width; start >= first; start--) {
-        unsigned cost = count_of(region[start - first]);
-        if (width == 16) cost += count_of(region[start - first + 8]);
+        unsigned cost = counts[start - first];
+        if (width == 16) cost += counts[start - first + 8];
         if (cost < best_cost) {
             best_cost = cost;
             best = start;
@@ -453,8 +457,9 @@ void Scanner::Find_Distinct() {
     }
 }
 
-// Files every member under its key, then orders the members by group, the groups by class,
-// moving them within 'members_' itself.
+// Files every member under its key, then orders the members by group, the groups by class.
+// Keys are chosen a few members ahead of their filing, so that their group slots can be asked
+// for before they are needed.
 void Scanner::Build_Groups() {
     size_t in_table[TABLE_COUNT] = {};
     for (const Member& member : members_) {
@@ -469,10 +474,23 @@ void Scanner::Build_Groups() {
     }
     groups_.assign(slots, Group{0, -1, 0});
 
-    for (Member& member : members_) {
-        int key_class = 0;
-        uint64_t key = 0;
-        Choose_Key(member.bytes, member.length, &key_class, &key, &member.defer);
+    struct Key {
+        int key_class;
+        uint64_t key;
+    } ahead[PREFETCH_TEXTS];
+    auto choose = [this, &ahead](size_t id) {
+        Member& member = members_[id];
+        Key& chosen = ahead[id % PREFETCH_TEXTS];
+        Choose_Key(member.bytes, member.length, &chosen.key_class, &chosen.key, &member.defer);
+        __builtin_prefetch(
+            &groups_[Home_Of(chosen.key_class, group_hash(chosen.key_class, chosen.key))]);
+    };
+    for (size_t id = 0; id < members_.size() && id < PREFETCH_TEXTS; id++) choose(id);
+    for (size_t id = 0; id < members_.size(); id++) {
+        Member& member = members_[id];
+        int key_class = ahead[id % PREFETCH_TEXTS].key_class;
+        uint64_t key = ahead[id % PREFETCH_TEXTS].key;
+        if (id + PREFETCH_TEXTS < members_.size()) choose(id + PREFETCH_TEXTS);
         size_t slot = Slot_Of(key_class, key);
         Group& group = groups_[slot];
         if (group.begin < 0) {
@@ -492,18 +510,13 @@ void Scanner::Build_Groups() {
             group.active = 0;
         }
     }
+    order_.resize(members_.size());
     member_at_.resize(members_.size());
     for (const Member& member : members_) {
         Group& group = groups_[static_cast<size_t>(member.group)];
-        member_at_[static_cast<size_t>(member.id)] = group.begin + group.active++;
-    }
-    // Each swap puts one member where it belongs.
-    for (size_t at = 0; at < members_.size(); at++) {
-        for (;;) {
-            size_t to = static_cast<size_t>(member_at_[static_cast<size_t>(members_[at].id)]);
-            if (to == at) break;
-            std::swap(members_[at], members_[to]);
-        }
+        int at = group.begin + group.active++;
+        order_[static_cast<size_t>(at)] = member.id;
+        member_at_[static_cast<size_t>(member.id)] = at;
     }
 }
 
@@ -607,7 +620,7 @@ void Scanner::Probe(int key_class, uint64_t key, int end) {
     counters_->key_hits++;
     counters_->work++;
     for (int at = group.begin; at < group.begin + group.active;) {
-        const Member& member = members_[static_cast<size_t>(at)];
+        const Member& member = members_[static_cast<size_t>(order_[static_cast<size_t>(at)])];
         counters_->work++;
         if (member.defer == 0) {
             // Found: the group's last waiting member took this place.
@@ -655,11 +668,11 @@ bool Scanner::Check(const Member& member, int end) {
 void Scanner::Found(int id, int end) {
     first_end_[static_cast<size_t>(id)] = end;
     int at = member_at_[static_cast<size_t>(id)];
-    size_t slot = static_cast<size_t>(members_[static_cast<size_t>(at)].group);
+    size_t slot = static_cast<size_t>(members_[static_cast<size_t>(id)].group);
     Group& group = groups_[slot];
     int last = group.begin + group.active - 1;
-    std::swap(members_[static_cast<size_t>(at)], members_[static_cast<size_t>(last)]);
-    member_at_[static_cast<size_t>(members_[static_cast<size_t>(at)].id)] = at;
+    std::swap(order_[static_cast<size_t>(at)], order_[static_cast<size_t>(last)]);
+    member_at_[static_cast<size_t>(order_[static_cast<size_t>(at)])] = at;
     member_at_[static_cast<size_t>(id)] = last;
     if (--group.active > 0) return;
     int key_class = Class_Of(slot);
