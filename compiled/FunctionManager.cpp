@@ -128,7 +128,8 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
     } else {
         chain_[previous] = added;
     }
-    by_name_.emplace(hashi(name, static_cast<uint32_t>(length), 0), added);
+    if (sorted_chains_.empty())
+        by_name_.emplace(hashi(name, static_cast<uint32_t>(length), 0), added);
     return function;
 }
 
@@ -137,6 +138,20 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
 Function* FunctionManager::Function_Get(const char* name, int length) {
     if (name == nullptr) return nullptr;
     length = measured(name, length);
+    if (by_name_valid_ && !sorted_chains_.empty()) {
+        // What the chain walk below finds: the first function whose name is not before this
+        // one, if the names are equal. Equal names stand in the order they were added.
+        const std::vector<ChainEntry>& sorted =
+            sorted_chains_[static_cast<size_t>(name_bucket(name, length, bucket_bits_))];
+        auto first = std::lower_bound(sorted.begin(), sorted.end(), ChainEntry{name, length, -1},
+                                      [](const ChainEntry& a, const ChainEntry& b) {
+                                          return name_order(a.text, a.length, b.text, b.length) < 0;
+                                      });
+        if (first == sorted.end() || name_order(first->text, first->length, name, length) != 0) {
+            return nullptr;
+        }
+        return functions_[first->index];
+    }
     if (by_name_valid_) {
         // Equal names stand in their chain in the order they were added, so the chain's first
         // equal name is the one added first.

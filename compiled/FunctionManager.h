@@ -67,12 +67,12 @@ class FunctionManager {
     int* chain_;
     Function** functions_;
     int count_;
-    // Functions by the case-folded hash of their names, for Function_Get: with thousands of
-    // functions the fixed buckets' chains grow long. It holds every function added; a table read
-    // from a file is looked up through its chains alone, as a loader does.
+    // Functions by the case-folded hash of their names, for Function_Get in a table of more than
+    // MAX_SORTED_BUCKETS buckets: with thousands of functions the fixed buckets' chains grow
+    // long. A table read from a file is looked up through its chains alone, as a loader does.
     std::unordered_multimap<uint32_t, int> by_name_;
-    // Each bucket's chain as a sorted array, so that adding finds its place by halving rather
-    // than by walking the chain (tables of up to MAX_SORTED_BUCKETS buckets).
+    // Each bucket's chain as a sorted array, so that adding and Function_Get find their place by
+    // halving rather than by walking the chain (tables of up to MAX_SORTED_BUCKETS buckets).
     static constexpr int MAX_SORTED_BUCKETS = 1 << 16;
     // An entry carries its function's name, so that the halving reads no function object.
     struct ChainEntry {
