@@ -4,6 +4,7 @@
 #include "compiled/FunctionManager.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <utility>
 
@@ -51,6 +52,26 @@ FunctionManager::~FunctionManager() {
 }
 
 // ---- adding ----
+
+// The first 16 bytes of the name, each as memcmpi maps it (a signed byte, lowered when it is
+// not negative) moved up by 128, the first byte highest: comparing the words compares those
+// bytes as memcmpi does.
+FunctionManager::ChainEntry::ChainEntry(const char* name, int name_length, int function)
+    : text(name), length(name_length), index(function), prefix{0, 0} {
+    for (int k = 0; k < name_length && k < 16; k++) {
+        int v = static_cast<signed char>(name[k]);
+        if (v >= 0) v = std::tolower(v);
+        prefix[k / 8] |= static_cast<uint64_t>(v + 128) << (56 - 8 * (k % 8));
+    }
+}
+
+int FunctionManager::ChainEntry::Order(const ChainEntry& a, const ChainEntry& b) {
+    if (a.length != b.length) return a.length < b.length ? -1 : 1;
+    for (int w = 0; w < 2; w++) {
+        if (a.prefix[w] != b.prefix[w]) return a.prefix[w] < b.prefix[w] ? -1 : 1;
+    }
+    return a.length <= 16 ? 0 : memcmpi(a.text + 16, b.text + 16, a.length - 16);
+}
 
 Function* FunctionManager::Function_Add(int segment, int segment_offset, const char* name,
                                         int length, const char* parameters, int parameters_length,
@@ -108,7 +129,7 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
         const ChainEntry key{name, length, added};
         auto after = std::upper_bound(sorted.begin(), sorted.end(), key,
                                       [](const ChainEntry& a, const ChainEntry& b) {
-                                          return name_order(a.text, a.length, b.text, b.length) < 0;
+                                          return ChainEntry::Order(a, b) < 0;
                                       });
         previous = after == sorted.begin() ? -1 : (after - 1)->index;
         current = after == sorted.end() ? -1 : after->index;
@@ -143,13 +164,12 @@ Function* FunctionManager::Function_Get(const char* name, int length) {
         // one, if the names are equal. Equal names stand in the order they were added.
         const std::vector<ChainEntry>& sorted =
             sorted_chains_[static_cast<size_t>(name_bucket(name, length, bucket_bits_))];
-        auto first = std::lower_bound(sorted.begin(), sorted.end(), ChainEntry{name, length, -1},
+        const ChainEntry key{name, length, -1};
+        auto first = std::lower_bound(sorted.begin(), sorted.end(), key,
                                       [](const ChainEntry& a, const ChainEntry& b) {
-                                          return name_order(a.text, a.length, b.text, b.length) < 0;
+                                          return ChainEntry::Order(a, b) < 0;
                                       });
-        if (first == sorted.end() || name_order(first->text, first->length, name, length) != 0) {
-            return nullptr;
-        }
+        if (first == sorted.end() || ChainEntry::Order(*first, key) != 0) return nullptr;
         return functions_[first->index];
     }
     if (by_name_valid_) {

@@ -74,11 +74,17 @@ class FunctionManager {
     // Each bucket's chain as a sorted array, so that adding and Function_Get find their place by
     // halving rather than by walking the chain (tables of up to MAX_SORTED_BUCKETS buckets).
     static constexpr int MAX_SORTED_BUCKETS = 1 << 16;
-    // An entry carries its function's name, so that the halving reads no function object.
+    // An entry carries its function's name, so that the halving reads no function object, and
+    // the name's first bytes as the comparison sees them, so that it mostly reads no name.
     struct ChainEntry {
+        ChainEntry(const char* name, int name_length, int function);
+        // As name_order compares the names.
+        static int Order(const ChainEntry& a, const ChainEntry& b);
+
         const char* text;
         int length;
         int index;
+        uint64_t prefix[2];
     };
     std::vector<std::vector<ChainEntry>> sorted_chains_;
     bool by_name_valid_ = true;
