@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Benchmark runner: per preset, assembles the generated source with tnasm and reports wall time,
 # MB/s, instruction lines/s, peak resident memory, the time of each stage (from tnasm_phases,
-# which assembles the same source the same way), and in the same run the time of `wc -l` over
-# the same file as the floor.
+# which assembles the same source the same way), and in the same run two floors over the same
+# file: the time of `wc -l`, and the time of a bare tokenizing pass (tnasm's own tokenizer with
+# nothing behind it), with how many times that pass the whole assembly takes.
 #
 #   bench/run.sh [-b BUILD_DIR] [PRESET ...]      (default: every preset)
 #
@@ -37,8 +38,8 @@ value_of() { awk -v key="$1" '$1 == key { print $2 }' "$2"; }
 wall_of() { "$BUILD/bench/tnasm_measure" "$@" 2>&1 >/dev/null | awk '/^wall / { print $2 }'; }
 
 printf '| preset | MB | instr. lines | wall s | MB/s | M lines/s | peak RSS MB | RSS/source '
-printf '| parse s | Compress s | write s | wc -l s | x floor |\n'
-printf '|---|---|---|---|---|---|---|---|---|---|---|---|---|\n'
+printf '| parse s | Compress s | write s | wc -l s | tokenize s | x tokenize |\n'
+printf '|---|---|---|---|---|---|---|---|---|---|---|---|---|---|\n'
 for preset in "${PRESETS[@]}"; do
     source=$DATA/$preset.s
     if [[ ! -f $source || ! -f $source.counts ]]; then
@@ -66,11 +67,12 @@ for preset in "${PRESETS[@]}"; do
     phases=$DATA/$preset.phases
     awk -v p="$preset" -v b="$bytes" -v n="$instructions" -v w="$wall" -v r="$rss" \
         -v parse="$(value_of parse "$phases")" -v compress="$(value_of compress "$phases")" \
-        -v write="$(value_of write "$phases")" -v floor="$floor" 'BEGIN {
+        -v write="$(value_of write "$phases")" -v floor="$floor" \
+        -v tokenize="$(value_of tokenize "$phases")" 'BEGIN {
         mb = b / 1e6
-        printf "| %s | %.1f | %d | %.3f | %.0f | %.2f | %.0f | %.2f | %.3f | %.3f | %.3f | %.3f | %.1f |\n",
+        printf "| %s | %.1f | %d | %.3f | %.0f | %.2f | %.0f | %.2f | %.3f | %.3f | %.3f | %.3f | %.3f | %.1f |\n",
             p, mb, n, w, mb / w, n / w / 1e6, r / 1024, r * 1024 / b, parse, compress, write,
-            floor, (floor > 0 ? w / floor : 0)
+            floor, tokenize, (tokenize > 0 ? w / tokenize : 0)
     }'
     rm -f "$DATA/$preset.tnc" "$DATA/$preset.phases.tnc"
 done
