@@ -4,6 +4,7 @@
 #ifndef TARN_ASSEMBLER_INDEXEDPLACEHOLDERTREE_H
 #define TARN_ASSEMBLER_INDEXEDPLACEHOLDERTREE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 

@@ -207,6 +207,9 @@ const OpcodeEntry* OpcodeLookup::Lookup(const char* text, int length) const {
     if (slot > LAST_SLOT) return nullptr;
     const OpcodeEntry& entry = opcodes[slot];
     if (entry.name_length != static_cast<unsigned>(length)) return nullptr;
-    if (std::memcmp(entry.name, text, static_cast<size_t>(length)) != 0) return nullptr;
+    // Mnemonics are a few bytes long: compared in place rather than through the library call.
+    for (int k = 0; k < length; k++) {
+        if (entry.name[k] != text[k]) return nullptr;
+    }
     return &entry;
 }

@@ -3,14 +3,19 @@
 #ifndef TARN_ASSEMBLER_RBTREE_H
 #define TARN_ASSEMBLER_RBTREE_H
 
-#include <cstring>
-
 #include "foundation/List.h"
 
-// Byte order, case-sensitive: "Main" and "main" are different keys.
+// Byte order (bytes unsigned, as strcmp compares them), case-sensitive: "Main" and "main" are
+// different keys. Written out because the keys are mostly a few bytes long, shorter than the
+// library call's own set-up.
 inline int rbtree_compare(const char* a, const char* b) {
-    int result = std::strcmp(a, b);
-    return result < 0 ? -1 : (result > 0 ? 1 : 0);
+    const unsigned char* p = reinterpret_cast<const unsigned char*>(a);
+    const unsigned char* q = reinterpret_cast<const unsigned char*>(b);
+    while (*p != 0 && *p == *q) {
+        ++p;
+        ++q;
+    }
+    return *p < *q ? -1 : (*p > *q ? 1 : 0);
 }
 
 // The balancing is the left-leaning form of the red-black tree (a red link always leans
