@@ -87,6 +87,7 @@ int main(int argc, char** argv) {
     std::printf(
         "tokenize %.3f\nparse %.3f\nresolve %.3f\ncompress %.3f\nwrite %.3f\nteardown %.3f\n"
         "total %.3f\nrss_kb %ld\nstatus %d\n",
-        tokenize, parse, resolve, compress, write, teardown, seconds_since(start), usage.ru_maxrss, status);
+        tokenize, parse, resolve, compress, write, teardown, seconds_since(start), usage.ru_maxrss,
+        status);
     return status == 0 ? 0 : 1;
 }

@@ -265,8 +265,8 @@ class Scanner {
     bool over_limit_ = false;
 
     std::vector<uint16_t> window_counts_;
-    std::vector<int> text_id_;    // distinct id of each text, -1 for the empty text
-    std::vector<int> first_end_;  // per id: end of its first occurrence, -1 while waiting
+    std::vector<int> text_id_;     // distinct id of each text, -1 for the empty text
+    std::vector<int> first_end_;   // per id: end of its first occurrence, -1 while waiting
     std::vector<Member> members_;  // by id
     // The ids by group, the groups by class, each group's waiting members at its front; and
     // per id its place there.
@@ -463,7 +463,9 @@ void Scanner::Find_Distinct() {
 void Scanner::Build_Groups() {
     size_t in_table[TABLE_COUNT] = {};
     for (const Member& member : members_) {
-        in_table[member.length < 8 ? TABLE_SHORT : member.length < 16 ? TABLE_WIDE8 : TABLE_WIDE16]++;
+        in_table[member.length < 8    ? TABLE_SHORT
+                 : member.length < 16 ? TABLE_WIDE8
+                                      : TABLE_WIDE16]++;
     }
     size_t slots = 0;
     for (int t = 0; t < TABLE_COUNT; t++) {
