@@ -19,6 +19,9 @@
 #include "compiled/LocalizedLanguages.h"
 #include "compiled/SegmentManager.h"
 #include "compiled/VariableHash.h"
+#include "driver/CompiledImage.h"
+#include "driver/SourceCheckApplication.h"
+#include "driver/SourceWriter.h"
 #include "tests/support/MemoryApplication.h"
 #include "tests/support/ProgramGenerator.h"
 
@@ -242,10 +245,10 @@ TEST(AssemblerParser, AcceptsWhatOnlyLooksWrong) {
     }
 }
 
-// Generated programs through the whole assembler: each one assembles, every section reads back
-// through its reader, the counts checked against the format's limits before writing are the
-// counts the readers find (the size never below the file's), and each reader's table writes
-// back to exactly the bytes it read.
+// Generated programs through the whole assembler: each one assembles, comes back through tndump
+// --source byte for byte, every section reads back through its reader, the counts checked against
+// the format's limits before writing are the counts the readers find (the size never below the
+// file's), and each reader's table writes back to exactly the bytes it read.
 TEST(AssemblerParser, GeneratedProgramsReadBackAndWriteBackUnchanged) {
     const unsigned char identifier[HEADER_IDENTIFIER_SIZE] = {};
     for (uint32_t seed = 1; seed <= GENERATED_PROGRAMS; ++seed) {
@@ -281,6 +284,18 @@ TEST(AssemblerParser, GeneratedProgramsReadBackAndWriteBackUnchanged) {
             EXPECT_STREQ(dictionary.error().c_str(), "dictionary_entry.offset out of range");
             continue;
         }
+        // tndump --source writes a source that assembles into the same bytes.
+        std::string written;
+        {
+            CompiledImage image(&application, &application.files);
+            ASSERT_TRUE(image.Load("output.tnc")) << image.error().c_str();
+            SourceWriter writer(&image, "output.tnc");
+            ASSERT_TRUE(writer.Write(&written)) << writer.error();
+        }
+        SourceCheckApplication reassembler;
+        std::vector<unsigned char> second;
+        ASSERT_EQ(reassembler.Assemble(written, &second), 0) << reassembler.errors() << written;
+        EXPECT_EQ(second, application.files.Get("output.tnc")) << written;
         EXPECT_EQ(counts.dictionary_entries, dictionary.entries());
         EXPECT_EQ(counts.dictionary_bytes, dictionary.block(0)->used());
         VariableHash globals(&dictionary, 12, 512, 0);

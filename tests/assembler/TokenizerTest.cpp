@@ -233,19 +233,6 @@ TEST(Tokenizer, KeepsEveryOtherByteOfAStringAndCountsItsNewlines) {
     EXPECT_EQ(4, parser.line());
 }
 
-TEST(Tokenizer, DecodesALongStringOfEscapesInOnePass) {
-    const int count = 1000 * 1000;
-    std::string source = "\"";
-    for (int i = 0; i < count; ++i) source += "\\41";
-    source += "\"";
-    ParserRecorder parser(source);
-    const char* text = parser.source();
-    int length = 0;
-    ASSERT_EQ(TOKEN_QUOTED_STRING, parser.GetNextToken(&text, length, &parser.string_value()));
-    EXPECT_EQ(std::string(count, 'A'),
-              std::string(parser.string_value().c_str(), parser.string_value().length()));
-}
-
 TEST(Tokenizer, ReadsAnUnmappableFileAsAnEmptySource) {
     ParserRecorder parser("pop", true);
     EXPECT_FALSE(parser.mapped());
