@@ -130,16 +130,8 @@ TEST(FormatLimits, EachLimitIsTheOneItsReaderEnforces) {
          "function_list_header.function_count out of range"},
         {"parameters", 0x0AAAAAAA,
          [](uint32_t n) {
-             Dictionary dictionary;
-             dictionary.Entry_Add("f", 1);
-             MemoryFileManager files;
-             TaggedFile writer(&files);
-             writer.Create("d.tnc", nullptr, 0);
-             dictionary.Write(&writer);
-             writer.Section_Flush();
-             Bytes dict = sections_of(files.Get("d.tnc"))[0].bytes;
              OpenContainer container(
-                 container_with({{TAG_DICT, dict},
+                 container_with({{TAG_DICT, dictionary_of({"f"})},
                                  {TAG_FUNC, cat({u16(0), Bytes{8}, u32(1), u32(0xFFFFFFFF), u32(0),
                                                  u32(n), u32(0), u32(0), u32(0)})}}));
              Dictionary read;

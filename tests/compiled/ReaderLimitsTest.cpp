@@ -34,17 +34,6 @@ std::string name_in_low_bucket() {
     }
 }
 
-// A dictionary section holding 'text' as entry 0.
-Bytes dictionary_of(const std::string& text) {
-    const uint32_t size = static_cast<uint32_t>(text.size());
-    return cat({u32(1),     // dictionary_header.entries
-                u32(size),  // dictionary_header.data_size
-                u32(0),     // dictionary_header.flags
-                u32(0),     // dictionary_entry.offset
-                u32(size),  // dictionary_entry.size
-                Bytes(text.begin(), text.end())});
-}
-
 // A variable table of 2^28 buckets with one variable (name entry 0) at the head of 'bucket'.
 Bytes variable_table(int bucket) {
     return cat({u16(1),                              // bucket_entries
@@ -57,19 +46,6 @@ Bytes variable_table(int bucket) {
 }
 
 }  // namespace
-
-TEST(ReaderLimits, BucketArrayHoldsOnlyTheBucketsUpToTheHighestInUse) {
-    BucketArray buckets;
-    buckets.Reset(0);
-    EXPECT_EQ(-1, buckets.Head(1 << 27));
-    buckets.SetHead(RECORD_BUCKET_LIMIT - 1, 7);
-    EXPECT_EQ(RECORD_BUCKET_LIMIT, buckets.held());
-    EXPECT_EQ(7, buckets.Head(RECORD_BUCKET_LIMIT - 1));
-    EXPECT_EQ(-1, buckets.Head(0));
-    EXPECT_EQ(-1, buckets.Head(-1));
-    buckets.Reset(256);
-    EXPECT_EQ(256, buckets.held());
-}
 
 TEST(ReaderLimits, TablesOf2To28BucketsReadAndFindTheirNames) {
     const std::string name = name_in_low_bucket();
@@ -106,7 +82,7 @@ TEST(ReaderLimits, TablesOf2To28BucketsReadAndFindTheirNames) {
                              u32(0),                                  // localized_index_entry.key
                              u32(0xFFFFFFFF),                         // localized_index_entry.next
                              u32(42)});                               // localized_index_entry.value
-    OpenContainer container(container_with({{TAG_DICT, dictionary_of(name)},
+    OpenContainer container(container_with({{TAG_DICT, dictionary_of({name})},
                                             {TAG_GLBL, variable_table(bucket)},
                                             {TAG_FUNC, functions},
                                             {TAG_LOCL, languages},

@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 
 #include "tests/compiled/TableFiles.h"
@@ -39,19 +38,10 @@ Bytes with_u32(Bytes bytes, size_t at, uint32_t value) {
 
 }  // namespace
 
-TEST(Segment, GrowsInWholeStepsAtTheCapacity) {
-    // Ending exactly at the capacity reallocates to the same size; one byte more takes a step.
-    Segment at_limit(0);
-    EXPECT_EQ(at_limit.Write_Dword(8188, 0x01020304), 8192);
-    EXPECT_EQ(at_limit.capacity(), 8192);
-    EXPECT_EQ(at_limit.length(), 8192);
-
+// The growth step itself is walked write by write in GrowthTest.
+TEST(Segment, TrimKeepsTheBytesAndWritingOnAllocatesAgain) {
     Segment past(0);
-    EXPECT_EQ(past.Write_Dword(8190, 0xFFFFFFFF), 8194);
-    EXPECT_EQ(past.capacity(), 16384);
-    EXPECT_EQ(past.length(), 8194);
-    for (int i = 8194; i < 16384; i++) ASSERT_EQ(past.data()[i], 0) << i;
-
+    past.Write_Dword(8190, 0xFFFFFFFF);
     past.Grow(16385);
     EXPECT_EQ(past.capacity(), 24576);
     EXPECT_EQ(past.Write_Byte(-1, 0), -1);
@@ -158,21 +148,6 @@ TEST(Segment, ListsAllInstructionCodes) {
             << std::hex << code;
     }
     EXPECT_EQ(named, 126);
-}
-
-TEST(Segment, DumpWritesTheListingToAFile) {
-    Segment segment(0);
-    segment.Write_Word(0, 0x003C);
-    std::string path = std::string(TNASM_BINARY_DIR) + "/segment_dump.txt";
-    segment.Dump(path.c_str(), "e", -1);
-    FILE* in = std::fopen(path.c_str(), "r");
-    ASSERT_NE(in, nullptr);
-    char text[64] = {};
-    size_t n = std::fread(text, 1, sizeof text - 1, in);
-    std::fclose(in);
-    std::remove(path.c_str());
-    EXPECT_EQ(std::string(text, n), "\n\nExpression: e\n0\tretn\t\n");
-    segment.Dump("/nonexistent-dir/listing.txt", "e", 1);
 }
 
 TEST(SegmentManager, WritesSegmentsAndReadsThemBack) {

@@ -119,5 +119,24 @@ inline Bytes cat(std::initializer_list<Bytes> rows) {
     for (const Bytes& row : rows) out.insert(out.end(), row.begin(), row.end());
     return out;
 }
+inline Bytes u32s(std::initializer_list<uint32_t> values) {
+    Bytes out;
+    for (uint32_t value : values) out = cat({out, u32(value)});
+    return out;
+}
+
+// "dict" holding 'texts' back to back, entries in order.
+inline Bytes dictionary_of(const std::vector<std::string>& texts) {
+    Bytes table;
+    std::string data;
+    for (const std::string& text : texts) {
+        table =
+            cat({table,
+                 u32s({static_cast<uint32_t>(data.size()), static_cast<uint32_t>(text.size())})});
+        data += text;
+    }
+    return cat({u32s({static_cast<uint32_t>(texts.size()), static_cast<uint32_t>(data.size()), 0}),
+                table, Bytes(data.begin(), data.end())});
+}
 
 #endif

@@ -33,59 +33,24 @@ DumpRun run_dump(const Bytes& file, const char* mode = nullptr) {
 
 // ---- hand-made sections ----
 
-struct Fields {
-    Bytes bytes;
-    Fields& u8(uint32_t v) {
-        bytes.push_back(static_cast<unsigned char>(v));
-        return *this;
-    }
-    Fields& u16(uint32_t v) {
-        u8(v & 0xFF);
-        return u8(v >> 8);
-    }
-    Fields& u32(uint32_t v) {
-        u16(v & 0xFFFF);
-        return u16(v >> 16);
-    }
-    Fields& text(const std::string& s) {
-        bytes.insert(bytes.end(), s.begin(), s.end());
-        return *this;
-    }
-};
-
-// "dict" holding 'texts' back to back, entries in order.
-Bytes dictionary_of(const std::vector<std::string>& texts) {
-    Fields table;
-    std::string data;
-    for (const std::string& text : texts) {
-        table.u32(static_cast<uint32_t>(data.size())).u32(static_cast<uint32_t>(text.size()));
-        data += text;
-    }
-    Fields section;
-    section.u32(static_cast<uint32_t>(texts.size())).u32(static_cast<uint32_t>(data.size())).u32(0);
-    section.bytes.insert(section.bytes.end(), table.bytes.begin(), table.bytes.end());
-    return section.text(data).bytes;
-}
-
 // The 7-byte header that the hashed tables share: non-empty buckets, bucket bits, count.
 Bytes table_header(uint32_t bucket_entries, uint32_t bucket_bits, uint32_t count) {
-    return Fields().u16(bucket_entries).u8(bucket_bits).u32(count).bytes;
+    return cat({u16(bucket_entries), Bytes{static_cast<unsigned char>(bucket_bits)}, u32(count)});
 }
 
 // A function table of one function named by dictionary entry 0, with the given parameter
 // records and local table after its 20-byte record.
 Bytes function_table(uint32_t name, uint32_t parameter_count, const Bytes& parameters,
                      const Bytes& locals) {
-    return cat({table_header(1, 8, 1),
-                Fields().u16(0).u32(0).bytes,    // bucket 0 -> function 0
-                Fields().u32(0xFFFFFFFF).bytes,  // chain
-                Fields().u32(name).u32(parameter_count).u32(0).u32(1).u32(0).bytes,  // record
+    return cat({table_header(1, 8, 1), cat({u16(0), u32(0)}),  // bucket 0 -> function 0
+                u32(0xFFFFFFFF),                               // chain
+                u32s({name, parameter_count, 0, 1, 0}),        // record
                 parameters, locals});
 }
 
 // One segment holding 'code'.
 Bytes segments_of(const Bytes& code) {
-    return cat({Fields().u32(1).u32(0).u32(0).u32(static_cast<uint32_t>(code.size())).bytes, code});
+    return cat({u32s({1, 0, 0, static_cast<uint32_t>(code.size())}), code});
 }
 
 // The sections of a sound file in the loader's order; a test replaces one of them.
@@ -95,16 +60,14 @@ std::map<int, Bytes> sound_sections() {
         {TAG_GLBL, table_header(0, 12, 0)},
         {TAG_SYST, table_header(0, 12, 0)},
         {TAG_FUNC, table_header(0, 8, 0)},
-        {TAG_SEGS, segments_of(Fields().u16(0x003C).bytes)},
-        {TAG_IDNT, Fields().text("abc").u8(0).bytes},
-        {TAG_LOCL,
-         cat({table_header(1, 12, 1),
-              Fields().u16(static_cast<uint32_t>(name_bucket("en-US", 5, 12))).u32(0).bytes,
-              Fields().u32(1).u32(0xFFFFFFFF).bytes})},
+        {TAG_SEGS, segments_of(u16(0x003C))},
+        {TAG_IDNT, Bytes{'a', 'b', 'c', 0}},
+        {TAG_LOCL, cat({table_header(1, 12, 1),
+                        cat({u16(static_cast<uint32_t>(name_bucket("en-US", 5, 12))), u32(0)}),
+                        u32s({1, 0xFFFFFFFF})})},
         {tag_language_index(0),
-         cat({table_header(1, 12, 1), Fields().u32(0).bytes, Fields().u16(0).u32(0).bytes,
-              Fields().u32(2).u32(0xFFFFFFFF).u32(0).bytes})},
-        {TAG_LOCD, Fields().u32(1).u32(1).u32(3).u32(0xFFFFFFFF).bytes},
+         cat({table_header(1, 12, 1), u32(0), cat({u16(0), u32(0)}), u32s({2, 0xFFFFFFFF, 0})})},
+        {TAG_LOCD, u32s({1, 1, 3, 0xFFFFFFFF})},
     };
 }
 
@@ -177,7 +140,7 @@ TEST(DumpApplication, RefusesEachCorruptionWithTheReadersMessage) {
     }
 
     const Bytes no_variable = table_header(0, 8, 0);
-    const Bytes one_parameter = Fields().u32(0).u32(0).u32(0).bytes;
+    const Bytes one_parameter = u32s({0, 0, 0});
     struct SectionRow {
         const char* what;
         int tag;
@@ -186,41 +149,41 @@ TEST(DumpApplication, RefusesEachCorruptionWithTheReadersMessage) {
     };
     // clang-format off
     const SectionRow rows[] = {
-        {"dict entries",        TAG_DICT, Fields().u32(0x08000000).u32(0).u32(0).bytes,        "dictionary_header.entries out of range"},
-        {"dict data size",      TAG_DICT, Fields().u32(0).u32(0x7FFFFFFF).u32(0).bytes,        "( dictionary_header.data_size / TF_DATA_BLOCK_SIZE ) + 1 out of range"},
-        {"dict offset",         TAG_DICT, Fields().u32(1).u32(1).u32(0).u32(1).u32(0).text("a").bytes, "dictionary_entry.offset out of range"},
+        {"dict entries",        TAG_DICT, u32s({0x08000000, 0, 0}),        "dictionary_header.entries out of range"},
+        {"dict data size",      TAG_DICT, u32s({0, 0x7FFFFFFF, 0}),        "( dictionary_header.data_size / TF_DATA_BLOCK_SIZE ) + 1 out of range"},
+        {"dict offset",         TAG_DICT, cat({u32s({1, 1, 0, 1, 0}), Bytes{'a'}}), "dictionary_entry.offset out of range"},
         {"dict only empty",     TAG_DICT, dictionary_of({""}),                                 "dictionary_entry.offset out of range"},
-        {"dict end",            TAG_DICT, Fields().u32(1).u32(1).u32(0).u32(0).u32(2).text("a").bytes, "dictionary_entry.offset + dictionary_entry.size out of range"},
+        {"dict end",            TAG_DICT, cat({u32s({1, 1, 0, 0, 2}), Bytes{'a'}}), "dictionary_entry.offset + dictionary_entry.size out of range"},
         {"glbl bits",           TAG_GLBL, table_header(0, 33, 0),                              "variable_hash_header.bucket_bits out of range"},
         {"glbl buckets",        TAG_GLBL, table_header(0, 29, 0),                              "read_bucket_size out of range"},
         {"syst count",          TAG_SYST, table_header(0, 12, 0x8000000),                      "variable_hash_header.variable_count out of range"},
         {"syst bucket entries", TAG_SYST, table_header(0x8000, 12, 0),                         "variable_hash_header.bucket_entries out of range"},
-        {"glbl bucket index",   TAG_GLBL, cat({table_header(1, 12, 0), Fields().u16(4096).u32(0).bytes}), "variable_hash_bucket.index out of range"},
+        {"glbl bucket index",   TAG_GLBL, cat({table_header(1, 12, 0), cat({u16(4096), u32(0)})}), "variable_hash_bucket.index out of range"},
         {"func bits",           TAG_FUNC, table_header(0, 33, 0),                              "function_list_header.bucket_bits out of range"},
         {"func buckets",        TAG_FUNC, table_header(0, 30, 0),                              "read_bucket_size out of range"},
         {"func count",          TAG_FUNC, table_header(0, 8, 0x10000000),                      "function_list_header.function_count out of range"},
         {"func bucket entries", TAG_FUNC, table_header(0xFFFF, 8, 0),                          "function_list_header.bucket_entries out of range"},
-        {"func bucket index",   TAG_FUNC, cat({table_header(1, 8, 0), Fields().u16(256).u32(0).bytes}), "function_hash_bucket.index out of range"},
+        {"func bucket index",   TAG_FUNC, cat({table_header(1, 8, 0), cat({u16(256), u32(0)})}), "function_hash_bucket.index out of range"},
         {"func name",           TAG_FUNC, function_table(9, 0, {}, no_variable),               "Invalid function header name index"},
         {"func parameters",     TAG_FUNC, function_table(0, 0x0AAAAAAB, {}, no_variable),      "function_header.parameter_count out of range"},
-        {"func parameter name", TAG_FUNC, function_table(0, 1, Fields().u32(7).u32(0).u32(0).bytes, no_variable), "Invalid function parameter name index"},
+        {"func parameter name", TAG_FUNC, function_table(0, 1, u32s({7, 0, 0}), no_variable), "Invalid function parameter name index"},
         {"func locals",         TAG_FUNC, function_table(0, 1, one_parameter, table_header(0, 40, 0)), "variable_hash_header.bucket_bits out of range"},
-        {"segs start",          TAG_SEGS, Fields().u32(0).u32(0).bytes,                        "segment_list.start out of range"},
-        {"segs entries",        TAG_SEGS, Fields().u32(0x10000000).u32(0).bytes,               "segment_list.entries out of range"},
-        {"segs size",           TAG_SEGS, Fields().u32(1).u32(0).u32(0).u32(0xFFFFFFFF).bytes, "segment_header.size out of range"},
+        {"segs start",          TAG_SEGS, u32s({0, 0}),                        "segment_list.start out of range"},
+        {"segs entries",        TAG_SEGS, u32s({0x10000000, 0}),               "segment_list.entries out of range"},
+        {"segs size",           TAG_SEGS, u32s({1, 0, 0, 0xFFFFFFFF}), "segment_header.size out of range"},
         {"locl bits",           TAG_LOCL, table_header(0, 33, 0),                              "localized_language_header.bucket_bits out of range"},
         {"locl buckets",        TAG_LOCL, table_header(0, 31, 0),                              "read_bucket_size out of range"},
         {"locl count",          TAG_LOCL, table_header(0, 12, 0x08000000),                     "localized_language_header.index_count out of range"},
         {"locl bucket entries", TAG_LOCL, table_header(0x8000, 12, 0),                         "localized_language_header.bucket_entries out of range"},
-        {"locl bucket index",   TAG_LOCL, cat({table_header(1, 4, 0), Fields().u16(16).u32(0).bytes}), "localized_language_bucket.index out of range"},
-        {"LX bits",             tag_language_index(0), cat({table_header(0, 33, 0), Fields().u32(0).bytes}), "localized_index_header.bucket_bits out of range"},
-        {"LX buckets",          tag_language_index(0), cat({table_header(0, 29, 0), Fields().u32(0).bytes}), "read_bucket_size out of range"},
-        {"LX count",            tag_language_index(0), cat({table_header(0, 12, 0x10000000), Fields().u32(0).bytes}), "localized_index_header.index_count out of range"},
-        {"LX bucket entries",   tag_language_index(0), cat({table_header(0x8000, 12, 0), Fields().u32(0).bytes}), "localized_index_header.bucket_entries out of range"},
-        {"LX count again",      tag_language_index(0), cat({table_header(0, 12, 0x0AAAAAAB), Fields().u32(0).bytes}), "localized_index_header.index_count out of range"},
-        {"LX bucket index",     tag_language_index(0), cat({table_header(1, 12, 0), Fields().u32(0).u16(4096).u32(0).bytes}), "localized_index_bucket.index out of range"},
-        {"locd entries",        TAG_LOCD, Fields().u32(0x0AAAAAAB).bytes,                      "loc_dictionary_header.entries out of range"},
-        {"locd type",           TAG_LOCD, Fields().u32(1).u32(2).u32(3).u32(0xFFFFFFFF).bytes, "Invalid localized dictionary entry type"},
+        {"locl bucket index",   TAG_LOCL, cat({table_header(1, 4, 0), cat({u16(16), u32(0)})}), "localized_language_bucket.index out of range"},
+        {"LX bits",             tag_language_index(0), cat({table_header(0, 33, 0), u32(0)}), "localized_index_header.bucket_bits out of range"},
+        {"LX buckets",          tag_language_index(0), cat({table_header(0, 29, 0), u32(0)}), "read_bucket_size out of range"},
+        {"LX count",            tag_language_index(0), cat({table_header(0, 12, 0x10000000), u32(0)}), "localized_index_header.index_count out of range"},
+        {"LX bucket entries",   tag_language_index(0), cat({table_header(0x8000, 12, 0), u32(0)}), "localized_index_header.bucket_entries out of range"},
+        {"LX count again",      tag_language_index(0), cat({table_header(0, 12, 0x0AAAAAAB), u32(0)}), "localized_index_header.index_count out of range"},
+        {"LX bucket index",     tag_language_index(0), cat({table_header(1, 12, 0), cat({u32(0), u16(4096), u32(0)})}), "localized_index_bucket.index out of range"},
+        {"locd entries",        TAG_LOCD, u32(0x0AAAAAAB),                      "loc_dictionary_header.entries out of range"},
+        {"locd type",           TAG_LOCD, u32s({1, 2, 3, 0xFFFFFFFF}), "Invalid localized dictionary entry type"},
     };
     // clang-format on
     for (const SectionRow& row : rows) {

@@ -5,15 +5,13 @@
 
 #include <cstring>
 #include <fstream>
-#include <memory>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "assembler/OpcodeLookup.h"
-#include "assembler/Parser.h"
-#include "support/MemoryFile.h"
+#include "tests/assembler/ParserRecorder.h"
 #include "tools/EditorSyntax.h"
 
 namespace {
@@ -88,39 +86,12 @@ TEST(Editors, CheckedInFilesMatchTheGenerator) {
 
 namespace {
 
-// A parser that only tokenizes and applies qualifiers: every operation accepts.
-class TokenParser : public Parser {
-  public:
-    explicit TokenParser(File* file) : Parser(file) {}
-    int AssembleError(ErrorCode, const String&) override { return 1; }
-    int ProcessGlobal(const char*, int, const char*, int) override { return 0; }
-    int ProcessSystem(const char*, int, const char*, int) override { return 0; }
-    int ProcessLocal(const char*, int, const char*, int) override { return 0; }
-    int ProcessOpcode(int, int) override { return 0; }
-    int ProcessImmediate(const char*, int, int, int) override { return 0; }
-    int ProcessFunction(const char*, int, int) override { return 0; }
-    int ProcessEndFunction() override { return 0; }
-    int ProcessParameter(const char*, int, const char*, int, int) override { return 0; }
-    int ProcessString(const char*, int, const char*, int) override { return 0; }
-    int ProcessLabel(const char*, int) override { return 0; }
-    int ProcessLocalized(const char*, int, int*) override { return 0; }
-    int ProcessVersion(const char*, int) override { return 0; }
-    int ProcessIdent(const char*, int) override { return 0; }
-    int ProcessDisableLogging() override { return 0; }
-    int ProcessLocLangEntry(const char*, int, const char*, int, int) override { return 0; }
-};
-
 // The token kind of ".name" as the tokenizer reads it.
 TokenType directive_token(const std::string& name) {
-    auto bytes = std::make_shared<std::vector<unsigned char>>();
-    const std::string source = "." + name;
-    bytes->assign(source.begin(), source.end());
-    MemoryFile file(bytes, nullptr);
-    TokenParser parser(&file);
+    ParserRecorder parser("." + name);
     const char* text = nullptr;
     int length = 0;
-    String value;
-    return parser.GetNextToken(&text, length, &value);
+    return parser.GetNextToken(&text, length, &parser.string_value());
 }
 
 }  // namespace
@@ -141,9 +112,7 @@ TEST(Editors, DirectiveListIsTheTokenizers) {
 }
 
 TEST(Editors, QualifierListIsTheGrammars) {
-    auto bytes = std::make_shared<std::vector<unsigned char>>();
-    MemoryFile file(bytes, nullptr);
-    TokenParser parser(&file);
+    ParserRecorder parser("");
     int all_bits = 0;
     int kept_bits = 0x3F;
     for (const char* qualifier : editor_syntax::QUALIFIERS) {
