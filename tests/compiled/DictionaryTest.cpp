@@ -37,11 +37,6 @@ const Bytes SMALL_DICT = {
 };
 // clang-format on
 
-Bytes with_u32(Bytes bytes, size_t at, uint32_t value) {
-    put_u32(bytes.data() + at, value);
-    return bytes;
-}
-
 // Reads 'section' into a dictionary that already holds one text; the error text on failure
 // ("" on success), after checking that a failure left the old text in place.
 std::string read_into_filled(const Bytes& section) {

@@ -55,7 +55,7 @@ TEST(Growth, SegmentKeepsItsStepsAndMovesItsBytesLogarithmically) {
     EXPECT_EQ(0u, value);
 }
 
-TEST(Growth, VariableTableKeepsItsStepsAndMovesItsEntriesLogarithmically) {
+TEST(Growth, TablesKeepTheirStepsAndMoveTheirEntriesLogarithmically) {
     Dictionary dictionary;
     VariableHash table(&dictionary, 12, 512, 0);
     std::set<const _VH_Entry*> places;
@@ -71,18 +71,14 @@ TEST(Growth, VariableTableKeepsItsStepsAndMovesItsEntriesLogarithmically) {
         const std::string name = "v" + std::to_string(i);
         EXPECT_EQ(i, table.Seek(-1, name.c_str(), static_cast<int>(name.size()), nullptr));
     }
-}
 
-TEST(Growth, LocalizedPiecesMoveLogarithmically) {
     LocalizedDictionary pieces;
-    std::set<const _LD_Entry*> places;
-    const int count = 100000;
-    for (int i = 0; i < count; ++i) {
+    std::set<const _LD_Entry*> piece_places;
+    for (int i = 0; i < 5 * count; ++i) {
         ASSERT_EQ(i, pieces.Entry_Add(i % 2, i, i - 1));
-        places.insert(pieces.Entry(0));
+        piece_places.insert(pieces.Entry(0));
     }
-    EXPECT_LE(static_cast<int>(places.size()), doublings(count));
-    EXPECT_EQ(count - 2, pieces.Entry(count - 1)->next);
+    EXPECT_LE(static_cast<int>(piece_places.size()), doublings(5 * count));
 }
 
 // Chains are walked a run of twins at a time (one name many times: empty variable names,

@@ -101,6 +101,12 @@ inline Bytes patched(Bytes body, size_t at, const Bytes& value) {
     return body;
 }
 
+// 'body' with the little-endian 'value' written over it at 'at'.
+inline Bytes with_u32(Bytes body, size_t at, uint32_t value) {
+    put_u32(body.data() + at, value);
+    return body;
+}
+
 // The first 'size' bytes of 'body'.
 inline Bytes prefix(const Bytes& body, size_t size) {
     return Bytes(body.begin(), body.begin() + static_cast<std::ptrdiff_t>(size));
