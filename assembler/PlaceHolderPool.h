@@ -23,8 +23,6 @@ class PlaceHolderPool {
     // Destroys every placeholder made so far and gives their blocks back.
     void Release();
 
-    int size() const { return made_; }
-
   private:
     // Placeholders a block holds: a block is then large enough to be mapped on its own.
     static constexpr int BLOCK_OBJECTS = 4096;
