@@ -10,61 +10,10 @@ if [ $# -ne 2 ] || [ ! -x "$1" ] || [ ! -x "$2" ]; then
 fi
 TNDUMP="$(cd "$(dirname "$1")" && pwd)/$(basename "$1")"
 TNASM="$(cd "$(dirname "$2")" && pwd)/$(basename "$2")"
-WORK="$(mktemp -d "${TMPDIR:-/tmp}/tndump-cli.XXXXXX")"
-trap 'rm -rf "$WORK"' EXIT
-
-passed=0
-failed=0
-case_number=0
-case_name=""
-case_failed=0
+. "$(dirname "$0")/cli_cases.sh"
 
 USAGE=$'Usage: tndump [options] file\nOptions:\n  --help           Display this information\n  --version        Display version number and exit\n  --listing        List each code segment in the runtime\'s listing format\n  --source         Write assembly source that assembles back into the same file\n'
 CORRUPT=$'tndump: File is either corrupt or not a valid compiled Tarn Script file\n'
-
-fail() {
-    echo "FAIL [$case_name]: $1"
-    case_failed=1
-}
-
-# Starts a case in a fresh, empty working directory.
-begin() {
-    finish
-    case_name="$1"
-    case_failed=0
-    case_number=$((case_number + 1))
-    mkdir -p "$WORK/$case_number"
-    cd "$WORK/$case_number" || exit 2
-}
-
-finish() {
-    if [ -n "$case_name" ]; then
-        if [ "$case_failed" -eq 0 ]; then passed=$((passed + 1)); else failed=$((failed + 1)); fi
-    fi
-    case_name=""
-}
-
-# run STATUS STDOUT STDERR -- COMMAND...: runs the command here and compares all three.
-run() {
-    local want_status="$1" want_out="$2" want_err="$3"
-    shift 4
-    "$@" > .stdout 2> .stderr < /dev/null
-    local status=$?
-    printf '%s' "$want_out" > .want_stdout
-    printf '%s' "$want_err" > .want_stderr
-    if [ "$status" -ne "$want_status" ]; then
-        fail "exit status $status, expected $want_status (command: $*)"
-    fi
-    if ! cmp -s .stdout .want_stdout; then
-        fail "standard output differs (command: $*)"
-        diff -u .want_stdout .stdout | head -20 | sed 's/^/    /'
-    fi
-    if ! cmp -s .stderr .want_stderr; then
-        fail "standard error differs (command: $*)"
-        diff -u .want_stderr .stderr | sed 's/^/    /'
-    fi
-    rm -f .stdout .stderr .want_stdout .want_stderr
-}
 
 # assemble SOURCE-TEXT: writes in.s and assembles it into output.tnc.
 assemble() {
@@ -169,6 +118,4 @@ if [ -w /dev/full ]; then
         fail "unexpected standard error: $(cat err)"
 fi
 
-finish
-echo "$passed passed, $failed failed"
-[ "$failed" -eq 0 ]
+report
