@@ -284,6 +284,9 @@ class Scanner {
     std::vector<uint64_t> filter_[CLASS_COUNT];
     size_t filter_mask_[CLASS_COUNT] = {};
     unsigned short_classes_ = 0;  // bit c set while texts of exact length c wait
+    // Per byte value, bit c set when a short class c key in the bitmap ends with that byte: the
+    // scan tries only those classes at a position, a table look rather than a hash per class.
+    uint8_t classes_ending_[256] = {};
 
     // Ahead of the scan: the last 8 bytes folded, and per recent position that fold, the wide
     // key and its hash.
@@ -541,6 +544,14 @@ void Scanner::Build_Filter(int key_class) {
             (uint64_t{1} << (hash >> 52 & 63)) | (uint64_t{1} << (hash >> 58));
     }
     filtered_groups_[key_class] = static_cast<int>(kept);
+    if (key_class < CLASS_WIDE8) {
+        for (uint8_t& classes : classes_ending_)
+            classes &= static_cast<uint8_t>(~(1u << key_class));
+        for (int slot : slots) {
+            classes_ending_[groups_[static_cast<size_t>(slot)].key & 0xFF] |=
+                static_cast<uint8_t>(1u << key_class);
+        }
+    }
 }
 
 // Computes the keys of the wide classes ending at 'end' ahead of the scan, and asks for their
@@ -603,7 +614,8 @@ void Scanner::Scan(int from) {
             if (Maybe(CLASS_WIDE8, group_hash(CLASS_WIDE8, window)))
                 Probe(CLASS_WIDE8, window, end);
         }
-        for (unsigned classes = short_classes_; classes != 0; classes &= classes - 1) {
+        unsigned ending = classes_ending_[window & 0xFF];
+        for (unsigned classes = short_classes_ & ending; classes != 0; classes &= classes - 1) {
             int length = __builtin_ctz(classes);
             if (end < length) continue;
             uint64_t key = low_bytes(window, length);
