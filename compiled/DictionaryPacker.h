@@ -41,10 +41,10 @@ class DictionaryPacker {
     // the pool, 0 uses the automaton from the start (the tests drive both paths).
     explicit DictionaryPacker(int64_t work_limit = -1) : work_limit_(work_limit) {}
 
-    // Places texts[0 .. count) in order into 'block', which must be empty: each text goes to the
+    // Places the texts in order into 'block', which must be empty: each text goes to the
     // leftmost place where its bytes already occur in the block (the empty text to offset 0),
     // else it is appended, the block growing to whole granules when the text does not fit.
-    // offsets[i] receives the offset of texts[i].
+    // texts->Placed(i, offset) receives the offset of text i.
     void Pack(Texts* texts, DictionaryDataBlock* block);
     // The same over an array, with offsets[i] receiving the offset of texts[i].
     void Pack(const Text* texts, int count, DictionaryDataBlock* block, int* offsets);

@@ -127,9 +127,7 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
         // Placed by the name it is linked under; compared later by its own name, as the chain
         // walk compares.
         const ChainEntry key{name, length, added};
-        auto after = std::upper_bound(
-            sorted.begin(), sorted.end(), key,
-            [](const ChainEntry& a, const ChainEntry& b) { return ChainEntry::Order(a, b) < 0; });
+        auto after = std::upper_bound(sorted.begin(), sorted.end(), key, ChainEntry::Before);
         previous = after == sorted.begin() ? -1 : (after - 1)->index;
         current = after == sorted.end() ? -1 : after->index;
         const String& own = function->name();
@@ -164,9 +162,7 @@ Function* FunctionManager::Function_Get(const char* name, int length) {
         const std::vector<ChainEntry>& sorted =
             sorted_chains_[static_cast<size_t>(name_bucket(name, length, bucket_bits_))];
         const ChainEntry key{name, length, -1};
-        auto first = std::lower_bound(
-            sorted.begin(), sorted.end(), key,
-            [](const ChainEntry& a, const ChainEntry& b) { return ChainEntry::Order(a, b) < 0; });
+        auto first = std::lower_bound(sorted.begin(), sorted.end(), key, ChainEntry::Before);
         if (first == sorted.end() || ChainEntry::Order(*first, key) != 0) return nullptr;
         return functions_[first->index];
     }

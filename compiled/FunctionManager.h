@@ -80,6 +80,7 @@ class FunctionManager {
         ChainEntry(const char* name, int name_length, int function);
         // As name_order compares the names.
         static int Order(const ChainEntry& a, const ChainEntry& b);
+        static bool Before(const ChainEntry& a, const ChainEntry& b) { return Order(a, b) < 0; }
 
         const char* text;
         int length;
