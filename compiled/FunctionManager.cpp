@@ -53,15 +53,12 @@ FunctionManager::~FunctionManager() {
 
 // ---- adding ----
 
-// The first 16 bytes of the name, each as memcmpi maps it (a signed byte, lowered when it is
-// not negative) moved up by 128, the first byte highest: comparing the words compares those
-// bytes as memcmpi does.
+// The first 16 bytes of the name, each as memcmpi maps it (-1 to 254) moved up by one, the first
+// byte highest: comparing the words compares those bytes as memcmpi does.
 FunctionManager::ChainEntry::ChainEntry(const char* name, int name_length, int function)
     : text(name), length(name_length), index(function), prefix{0, 0} {
     for (int k = 0; k < name_length && k < 16; k++) {
-        int v = static_cast<signed char>(name[k]);
-        if (v >= 0) v = std::tolower(v);
-        prefix[k / 8] |= static_cast<uint64_t>(v + 128) << (56 - 8 * (k % 8));
+        prefix[k / 8] |= static_cast<uint64_t>(fold_lower(name[k]) + 1) << (56 - 8 * (k % 8));
     }
 }
 

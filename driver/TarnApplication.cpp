@@ -12,6 +12,7 @@
 
 #include <strings.h>
 
+#include "foundation/Dtoa.h"
 #include "foundation/LinkBuffer.h"
 #include "platform/Output.h"
 
@@ -489,25 +490,18 @@ char* TarnApplication::itos(int value, int* length, int* size) {
     return hand_out(text, used, used + 1, length, size);
 }
 
-// The shortest digits that read back as the same double, written out in positional notation
-// with the decimal point where the decimal exponent puts it (no exponent form). Every infinity
-// and NaN is written "NaN": the runtime never prints "Infinity", and scripts depend on that.
+// The digits that dtoa's mode 1 gives, written out in positional notation with the decimal
+// point where the decimal exponent puts it (no exponent form). Mode 1 is not always the
+// shortest text: on a value whose shortest decimal lies exactly on a rounding bound it goes one
+// digit string further (1e23 prints as 99999999999999990000000), and the runtime prints so too.
+// Every infinity and NaN is written "NaN": the runtime never prints "Infinity", and scripts
+// depend on that.
 char* TarnApplication::dtos(double value, int* length, int* size) {
     if (!std::isfinite(value)) return hand_out("NaN", 3, 4, length, size);
 
-    // Shortest digits and exponent, from the scientific form "d.ddde+XX".
-    char scientific[64];
-    std::to_chars_result r = std::to_chars(scientific, scientific + sizeof scientific, value,
-                                           std::chars_format::scientific);
-    *r.ptr = '\0';
-    const char* p = scientific;
-    if (*p == '-') ++p;
-    char digits[32];
-    int digit_count = 0;
-    for (; *p != 'e'; ++p) {
-        if (*p != '.') digits[digit_count++] = *p;
-    }
-    int decimal_exponent = std::atoi(p + 1) + 1;  // place of the point after the first digit
+    char digits[DTOA_MAX_DIGITS];
+    int decimal_exponent = 0;  // place of the point: the value is 0.DIGITS x 10^decimal_exponent
+    const int digit_count = dtoa_digits(value, digits, &decimal_exponent);
 
     char text[DTOS_BUFFER] = {};
     int used = 0;

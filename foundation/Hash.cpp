@@ -32,6 +32,7 @@ struct Exact {
     static uint32_t byte(unsigned char c) { return c; }
 };
 
+// Hashing folds each byte taken unsigned; the comparisons below take it signed.
 struct Folded {
     static uint32_t byte(unsigned char c) { return static_cast<uint32_t>(std::tolower(c)); }
 };
@@ -101,22 +102,12 @@ uint32_t lookup2(const unsigned char* k, uint32_t length, uint32_t initial) {
     return c;
 }
 
-// The byte as a signed char pushed through a case table. Negative values other than EOF are
-// left as they are, which is what the C library's tables give for them.
-inline int signed_lower(char c) {
-    int v = static_cast<signed char>(c);
-    return v < 0 ? v : std::tolower(v);
-}
-
-inline int signed_upper(char c) {
-    int v = static_cast<signed char>(c);
-    return v < 0 ? v : std::toupper(v);
-}
-
-inline unsigned char lower_byte(char c) {
-    return static_cast<unsigned char>(std::tolower(static_cast<unsigned char>(c)));
-}
-
+// The comparisons take each byte as a signed char index into the C library's case tables,
+// which are defined from -128 to 255: at -1 (the byte 0xFF, which is EOF) they hold -1, and at
+// any other negative index i they hold i + 256, so the bytes 0x80 to 0xFE sort above every byte
+// below 128 and 0xFF below them all. Hashing reads the same byte unsigned (Folded above): there
+// 0xFF is 255. The two readings differ only in order, never in which bytes match, so the bucket
+// that hashi picks holds every name that memcmpi calls equal.
 template <int (*Map)(char)>
 int compare_mapped(const void* p, const void* q, int count) {
     if (count <= 0 || p == nullptr || q == nullptr) {
@@ -125,6 +116,7 @@ int compare_mapped(const void* p, const void* q, int count) {
     const char* a = static_cast<const char*>(p);
     const char* b = static_cast<const char*>(q);
     for (int i = 0; i < count; i++) {
+        if (a[i] == b[i]) continue;
         int x = Map(a[i]);
         int y = Map(b[i]);
         if (x != y) {
@@ -132,6 +124,10 @@ int compare_mapped(const void* p, const void* q, int count) {
         }
     }
     return 0;
+}
+
+inline unsigned char lower_byte(char c) {
+    return static_cast<unsigned char>(std::tolower(static_cast<unsigned char>(c)));
 }
 
 struct ExactChar {
@@ -267,8 +263,8 @@ inline int64_t rk_mod(int64_t v) {
 }
 
 // Rabin-Karp over signed bytes. The window is rolled before it is compared, so the window at 0
-// is never reported (kept as the callers know it). The roll that would take in the byte just
-// past the text is not made: it could only match bytes beyond the text.
+// is never reported, and the last roll takes in the byte just past the text: callers pass
+// terminated texts, and a match may end on the terminator. Both are kept as callers know them.
 template <int (*Map)(char)>
 int rabin_karp(const char* pattern, int m, const char* text, int n) {
     if (bad_arguments(pattern, m, text, n) || m == 0) {
@@ -284,7 +280,7 @@ int rabin_karp(const char* pattern, int m, const char* text, int n) {
         pattern_hash = rk_mod(pattern_hash * RK_RADIX + Map(pattern[i]));
         window_hash = rk_mod(window_hash * RK_RADIX + Map(text[i]));
     }
-    for (int i = 0; i < n - m; i++) {
+    for (int i = 0; i <= n - m; i++) {
         window_hash =
             rk_mod(rk_mod(window_hash + RK_RADIX * RK_MODULUS - Map(text[i]) * weight) * RK_RADIX +
                    Map(text[i + m]));
@@ -313,11 +309,11 @@ uint32_t hashi(const unsigned char* key, uint32_t length, uint32_t initial) {
 }
 
 int memcmpi(const void* p, const void* q, int count) {
-    return compare_mapped<signed_lower>(p, q, count);
+    return compare_mapped<fold_lower>(p, q, count);
 }
 
 int memcmpi_upper(const void* p, const void* q, int count) {
-    return compare_mapped<signed_upper>(p, q, count);
+    return compare_mapped<fold_upper>(p, q, count);
 }
 
 // ---- searches ----
@@ -365,5 +361,5 @@ int rk_search(const char* pattern, int m, const char* text, int n) {
 }
 
 int rk_searchi(const char* pattern, int m, const char* text, int n) {
-    return rabin_karp<signed_lower>(pattern, m, text, n);
+    return rabin_karp<fold_lower>(pattern, m, text, n);
 }

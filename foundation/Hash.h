@@ -3,6 +3,8 @@
 #ifndef TARN_FOUNDATION_HASH_H
 #define TARN_FOUNDATION_HASH_H
 
+#include <ctype.h>
+
 #include <cstdint>
 
 // The lookup2 hash. The compiled file stores buckets that the virtual machine probes with this
@@ -25,10 +27,23 @@ inline uint32_t hash_bucket(uint32_t h, int bucket_bits) {
     return h & ~(0xFFFFFFFFu << (static_cast<unsigned>(bucket_bits) & 31));
 }
 
-// Compare 'count' bytes through tolower (memcmpi) or toupper (memcmpi_upper), bytes taken as
-// signed: -1, 0 or 1. A count of 0 or less is equal whatever the pointers.
+// Compare 'count' bytes through tolower (memcmpi) or toupper (memcmpi_upper), each byte taken as
+// a signed char index into the C library's case tables: -1, 0 or 1. So 0xFF (EOF, -1) sorts
+// below every other byte and 0x80-0xFE above every byte below 128. A count of 0 or less is
+// equal whatever the pointers.
 int memcmpi(const void* p, const void* q, int count);
 int memcmpi_upper(const void* p, const void* q, int count);
+
+// One byte as memcmpi maps it: -1 for 0xFF, 128 to 254 for 0x80 to 0xFE, the lower case of the
+// others. The C library's table is read directly: called with a negative argument, tolower is
+// outside what the language promises, and the compiler may fold comparisons of its result by
+// the range it assumes rather than by the table.
+inline int fold_lower(char c) {
+    return (*__ctype_tolower_loc())[static_cast<signed char>(c)];
+}
+inline int fold_upper(char c) {
+    return (*__ctype_toupper_loc())[static_cast<signed char>(c)];
+}
 
 // ---- searches ----
 // Each takes (pattern, pattern_length, text, text_length) and returns the index in the text of

@@ -134,6 +134,11 @@ TEST(Conversions, DtosLayout) {
         {123456789.125, "123456789.125"},
         {1e21, "1000000000000000000000"},
         {1.5e-7, "0.00000015"},
+        // Mode 1 never takes a rounding bound: these shortest decimals lie exactly on one.
+        {1e23, "99999999999999990000000"},
+        {5e22, "49999999999999996000000"},
+        {7e22, "70000000000000004000000"},
+        {9.5e21, "9500000000000001000000"},
         {inf, "NaN"},
         {-inf, "NaN"},
         {std::nan(""), "NaN"},

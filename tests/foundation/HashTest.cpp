@@ -57,7 +57,9 @@ TEST(Hash, CaseInsensitiveCompare) {
         {"x", "y", -4, 0, 0},
         // '_' lies between the upper and lower case letters, so the two tables disagree.
         {"_", "a", 1, -1, 1},
-        {"\x80", "a", 1, -1, -1},
+        // Bytes above 127 sort above every byte below it, 0xFF (EOF in the tables) below all.
+        {"\x80", "a", 1, 1, 1},
+        {"\xFF", "\x01", 1, -1, -1},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(memcmpi(row.p, row.q, row.count), row.lower) << row.p << " " << row.q;
@@ -104,6 +106,9 @@ TEST(Hash, SearchFamily) {
         EXPECT_EQ(row.search(row.pattern, m, row.text, n), row.expected)
             << row.name << " \"" << row.pattern << "\" in \"" << row.text << '"';
     }
+    // The last roll takes in the terminator behind the text, so a match may end on it.
+    EXPECT_EQ(rk_search("b\0", 2, "ab", 2), 1);
+    EXPECT_EQ(rk_searchi("a\0a\0", 4, "a\0a\0AAa\0a", 9), 6);
 }
 
 TEST(Hash, SearchesAgreeWithBruteForceOnEveryWindow) {
