@@ -12,12 +12,6 @@
 namespace {
 
 const char* const DEFAULT_OUTPUT_FILE = "output.tnc";
-const char* const VERSION_TEXT = "5.52\n";
-
-bool is_option(const char* name, const char* option) {
-    size_t length = std::strlen(option);
-    return std::strlen(name) == length && std::memcmp(name, option, length) == 0;
-}
 
 }  // namespace
 
@@ -25,7 +19,6 @@ AssemblerApplication::AssemblerApplication(int argc, char** argv)
     : ConsoleApplication(argc, argv),
       output_file_name_(DEFAULT_OUTPUT_FILE),
       input_index_(argc),
-      exit_requested_(false),
       header_identifier_() {}
 
 AssemblerApplication::~AssemblerApplication() {}
@@ -44,37 +37,18 @@ bool AssemblerApplication::CommandLine_Process_Option(char c, const char* value)
         output_file_name_ = value;
         return true;
     }
-    String message("Invalid option '-");
-    message.cat(c);
-    message.cat('\'');
-    ArgumentError(message);
-    return false;
+    return Invalid_Option(c);
 }
 
 bool AssemblerApplication::CommandLine_Process_Option_Long(const char* name, const char* value) {
     (void)value;  // no long option takes one
-    if (is_option(name, "help")) {
-        PrintUsage();
-        exit_requested_ = true;
-        return true;
-    }
-    if (is_option(name, "version")) {
-        Output* channel = output(VERSION_TEXT, 5);
-        if (channel != nullptr) (void)channel->Write(VERSION_TEXT, 5);  // nowhere to report
-        exit_requested_ = true;
-        return true;
-    }
-    String message("Invalid option '--");
-    message.cat(name);
-    message.cat('\'');
-    ArgumentError(message);
-    return false;
+    return Process_Shared_Option(name) || Invalid_Option(name);
 }
 
 int AssemblerApplication::Go() {
     input_index_ = CommandLine_Parse();
     if (input_index_ < 0) return 1;
-    if (exit_requested_) return 0;
+    if (exitrequested()) return 0;
     if (!ValidateOptions()) return 1;
 
     // Only the first operand is assembled; any further ones are ignored.
@@ -145,16 +119,10 @@ int AssemblerApplication::Assemble(File* source, const char* path) {
     return status == 0 ? 0 : 1;
 }
 
-void AssemblerApplication::PrintUsage() {
-    String usage("Usage: ");
-    usage.cat(basename());
-    usage.cat(
-        " [options] file...\n"
-        "Options:\n"
-        "  --help           Display this information\n"
-        "  --version        Display version number and exit\n"
-        "  -o <file>        Place output in <file>\n");
-    Output* channel = output(usage.c_str(), usage.length());
-    if (channel != nullptr)
-        (void)channel->Write(usage.c_str(), usage.length());  // nowhere to report
+const char* AssemblerApplication::UsageText() const {
+    return " [options] file...\n"
+           "Options:\n"
+           "  --help           Display this information\n"
+           "  --version        Display version number and exit\n"
+           "  -o <file>        Place output in <file>\n";
 }

@@ -33,15 +33,13 @@ class AssemblerApplication : public ConsoleApplication {
     // The 16 bytes the compiled file's header carries as its identifier; always zero.
     const unsigned char* headeridentifier() const { return header_identifier_; }
     int inputindex() const { return input_index_; }
-    bool exitrequested() const { return exit_requested_; }
 
   private:
     int Assemble(File* source, const char* path);
-    void PrintUsage();
+    const char* UsageText() const override;
 
     const char* output_file_name_;
     int input_index_;
-    bool exit_requested_;
     unsigned char header_identifier_[HEADER_IDENTIFIER_SIZE];
 };
 

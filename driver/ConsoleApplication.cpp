@@ -3,7 +3,15 @@
 
 #include <unistd.h>
 
+#include <cstring>
+
 #include "platform/ConsoleOutput.h"
+#include "platform/Output.h"
+
+// The build passes the project's version on, so that it is written down in one place only.
+#ifndef TNASM_VERSION
+#error "TNASM_VERSION must be defined by the build"
+#endif
 
 namespace {
 
@@ -27,7 +35,8 @@ ConsoleApplication::ConsoleApplication(int argc, char** argv)
       basename_(program_basename(argc, argv)),
       hostname_(new char[HOSTNAME_SIZE]()),
       argc_(argc),
-      argv_(argv) {
+      argv_(argv),
+      exit_requested_(false) {
     if (gethostname(hostname_, HOSTNAME_SIZE) != 0) hostname_[0] = '\0';
     hostname_[HOSTNAME_SIZE - 1] = '\0';  // a truncated name need not be terminated
 }
@@ -131,4 +140,44 @@ int ConsoleApplication::ArgumentError(const String& message) {
     line.cat(message.c_str(), message.length());
     line.cat('\n');
     return Error(line);
+}
+
+bool ConsoleApplication::is_option(const char* name, const char* option) {
+    return std::strcmp(name, option) == 0;
+}
+
+bool ConsoleApplication::Process_Shared_Option(const char* name) {
+    if (is_option(name, "help")) {
+        String usage("Usage: ");
+        usage.cat(basename());
+        usage.cat(UsageText());
+        Print(usage.c_str(), usage.length());
+    } else if (is_option(name, "version")) {
+        Print(TNASM_VERSION "\n", static_cast<int>(std::strlen(TNASM_VERSION "\n")));
+    } else {
+        return false;
+    }
+    exit_requested_ = true;
+    return true;
+}
+
+bool ConsoleApplication::Invalid_Option(char c) {
+    String message("Invalid option '-");
+    message.cat(c);
+    message.cat('\'');
+    ArgumentError(message);
+    return false;
+}
+
+bool ConsoleApplication::Invalid_Option(const char* name) {
+    String message("Invalid option '--");
+    message.cat(name);
+    message.cat('\'');
+    ArgumentError(message);
+    return false;
+}
+
+void ConsoleApplication::Print(const char* text, int length) {
+    Output* channel = output(text, length);
+    if (channel != nullptr) (void)channel->Write(text, length);  // nowhere to report
 }

@@ -53,13 +53,32 @@ class ConsoleApplication : public TarnApplication {
 
     int argc() const { return argc_; }
     char** argv() const { return argv_; }
+    // Whether --help or --version was given: the run then ends with 0 once the line is parsed.
+    bool exitrequested() const { return exit_requested_; }
+
+  protected:
+    // Whether the long option 'name' is exactly 'option'.
+    static bool is_option(const char* name, const char* option);
+    // The long options every program has: "--help" prints "Usage: <program>" and UsageText(),
+    // "--version" the version of the build; either asks for the run to end. False when 'name'
+    // is neither.
+    bool Process_Shared_Option(const char* name);
+    // Reports an option the program does not have ("Invalid option '-c'" or "'--name'");
+    // always false, for the option processors to return.
+    bool Invalid_Option(char c);
+    bool Invalid_Option(const char* name);
+    // What --help prints after "Usage: <program>": the operands and the option lines.
+    virtual const char* UsageText() const = 0;
 
   private:
+    void Print(const char* text, int length);
+
     Output* output_;
     const char* basename_;
     char* hostname_;
     int argc_;
     char** argv_;
+    bool exit_requested_;
 };
 
 #endif

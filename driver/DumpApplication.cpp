@@ -10,22 +10,8 @@
 #include "driver/SourceWriter.h"
 #include "platform/Output.h"
 
-namespace {
-
-const char* const VERSION_TEXT = "5.52\n";
-
-bool is_option(const char* name, const char* option) {
-    size_t length = std::strlen(option);
-    return std::strlen(name) == length && std::memcmp(name, option, length) == 0;
-}
-
-}  // namespace
-
 DumpApplication::DumpApplication(int argc, char** argv)
-    : ConsoleApplication(argc, argv),
-      mode_(DUMP_READABLE),
-      input_index_(argc),
-      exit_requested_(false) {}
+    : ConsoleApplication(argc, argv), mode_(DUMP_READABLE), input_index_(argc) {}
 
 DumpApplication::~DumpApplication() {}
 
@@ -41,27 +27,13 @@ bool DumpApplication::CommandLine_Requires_Argument(const char* name) {
 
 bool DumpApplication::CommandLine_Process_Option(char c, const char* value) {
     (void)value;  // no short option exists, let alone one with a value
-    String message("Invalid option '-");
-    message.cat(c);
-    message.cat('\'');
-    ArgumentError(message);
-    return false;
+    return Invalid_Option(c);
 }
 
 // The mode options replace each other: the last one given wins.
 bool DumpApplication::CommandLine_Process_Option_Long(const char* name, const char* value) {
     (void)value;  // no long option takes one
-    if (is_option(name, "help")) {
-        PrintUsage();
-        exit_requested_ = true;
-        return true;
-    }
-    if (is_option(name, "version")) {
-        Output* channel = output(VERSION_TEXT, 5);
-        if (channel != nullptr) (void)channel->Write(VERSION_TEXT, 5);  // nowhere to report
-        exit_requested_ = true;
-        return true;
-    }
+    if (Process_Shared_Option(name)) return true;
     if (is_option(name, "listing")) {
         mode_ = DUMP_LISTING;
         return true;
@@ -70,17 +42,13 @@ bool DumpApplication::CommandLine_Process_Option_Long(const char* name, const ch
         mode_ = DUMP_SOURCE;
         return true;
     }
-    String message("Invalid option '--");
-    message.cat(name);
-    message.cat('\'');
-    ArgumentError(message);
-    return false;
+    return Invalid_Option(name);
 }
 
 int DumpApplication::Go() {
     input_index_ = CommandLine_Parse();
     if (input_index_ < 0) return 1;
-    if (exit_requested_) return 0;
+    if (exitrequested()) return 0;
     if (!ValidateOptions()) return 1;
 
     // Only the first operand is read; any further ones are ignored, as tnasm does.
@@ -162,17 +130,11 @@ bool DumpApplication::Emit(const char* text, int length) {
     return false;
 }
 
-void DumpApplication::PrintUsage() {
-    String usage("Usage: ");
-    usage.cat(basename());
-    usage.cat(
-        " [options] file\n"
-        "Options:\n"
-        "  --help           Display this information\n"
-        "  --version        Display version number and exit\n"
-        "  --listing        List each code segment in the runtime's listing format\n"
-        "  --source         Write assembly source that assembles back into the same file\n");
-    Output* channel = output(usage.c_str(), usage.length());
-    if (channel != nullptr)
-        (void)channel->Write(usage.c_str(), usage.length());  // nowhere to report
+const char* DumpApplication::UsageText() const {
+    return " [options] file\n"
+           "Options:\n"
+           "  --help           Display this information\n"
+           "  --version        Display version number and exit\n"
+           "  --listing        List each code segment in the runtime's listing format\n"
+           "  --source         Write assembly source that assembles back into the same file\n";
 }

@@ -36,18 +36,16 @@ class DumpApplication : public ConsoleApplication {
 
     Mode mode() const { return mode_; }
     int inputindex() const { return input_index_; }
-    bool exitrequested() const { return exit_requested_; }
 
   private:
     // The text of 'image' in the chosen mode into 'text'; false after reporting why not.
     bool Print(CompiledImage* image, const char* path, std::string* text);
     bool Source(CompiledImage* image, const char* path, std::string* text);
     bool Emit(const char* text, int length);
-    void PrintUsage();
+    const char* UsageText() const override;
 
     Mode mode_;
     int input_index_;
-    bool exit_requested_;
 };
 
 #endif
