@@ -11,44 +11,12 @@
 #include "compiled/Function.h"
 #include "compiled/Segment.h"
 #include "compiled/SegmentManager.h"
+#include "compiled/TableSupport.h"
 #include "compiled/TaggedFile.h"
 #include "compiled/VariableHash.h"
 #include "driver/AssemblerApplication.h"
 
 namespace {
-
-// The file format version starts at 1.1; `.version` can only raise it.
-constexpr int DEFAULT_FILE_VERSION = 0x00010001;
-
-// Table sizes of the compiled file: 256 function buckets; 4096 buckets and room for 512
-// variables in the global and system tables; 4096 language buckets and room for 8 languages.
-constexpr int FUNCTION_BUCKET_BITS = 8;
-constexpr int VARIABLE_BUCKET_BITS = 12;
-constexpr int VARIABLE_CAPACITY = 512;
-constexpr int LANGUAGE_BUCKET_BITS = 12;
-constexpr int LANGUAGE_CAPACITY = 8;
-
-// `retn` closes every function body.
-constexpr int OPCODE_RETN = 60;
-
-// Bit of the dictionary's flags word that disables logging for the program.
-constexpr int DICTIONARY_LOGGING_DISABLED = 0x01;
-
-// Operand kinds of the mnemonic table.
-enum ResolutionType {
-    RESOLVE_INTEGER = 0,
-    RESOLVE_DOUBLE = 1,
-    RESOLVE_STRING_CONSTANT = 2,
-    RESOLVE_SYSTEM_VARIABLE = 3,
-    RESOLVE_GLOBAL_VARIABLE = 4,
-    RESOLVE_LOCAL_VARIABLE = 5,
-    RESOLVE_LABEL = 7,
-    RESOLVE_FUNCTION = 8,
-};
-
-// Localized text pieces: a variable name between two '%' signs, or literal text.
-constexpr int PIECE_VARIABLE = 0;
-constexpr int PIECE_LITERAL = 1;
 
 // An empty quoted string may come with no buffer at all.
 const char* text_or_empty(const char* text) {
@@ -78,24 +46,26 @@ AssemblerParser::AssemblerParser(AssemblerApplication* application, File* file,
       function_names_(0),
       string_identifiers_(0),
       lookup_name_(),
-      function_manager_(new FunctionManager(&dictionary_, FUNCTION_BUCKET_BITS)),
+      function_manager_(new FunctionManager(&dictionary_, FUNCTION_TABLE_BUCKET_BITS)),
       current_function_(nullptr),
       current_context_(nullptr),
       external_declaration_open_(false),
       contexts_(1),
       saved_context_(nullptr),
       function_stack_(0),
-      global_hash_(new VariableHash(&dictionary_, VARIABLE_BUCKET_BITS, VARIABLE_CAPACITY, 0)),
-      system_hash_(new VariableHash(&dictionary_, VARIABLE_BUCKET_BITS, VARIABLE_CAPACITY, 0)),
+      global_hash_(
+          new VariableHash(&dictionary_, VARIABLE_TABLE_BUCKET_BITS, VARIABLE_TABLE_CAPACITY, 0)),
+      system_hash_(
+          new VariableHash(&dictionary_, VARIABLE_TABLE_BUCKET_BITS, VARIABLE_TABLE_CAPACITY, 0)),
       dictionary_(),
       localized_dictionary_(),
-      localized_languages_(application, &dictionary_, nullptr, LANGUAGE_BUCKET_BITS,
-                           LANGUAGE_CAPACITY),
+      localized_languages_(application, &dictionary_, nullptr, LANGUAGE_TABLE_BUCKET_BITS,
+                           LANGUAGE_TABLE_CAPACITY),
       ident_list_(),
       current_opcode_(0),
       operand_count_(0),
       source_name_(source_name),
-      file_version_(DEFAULT_FILE_VERSION) {
+      file_version_(TF_VERSION_DEFAULT) {
     // Code and `.local` declarations outside any function go to segment 0 and to the global
     // tables.
     current_context_ = new FunctionContext(this, &dictionary_, nullptr, segment_manager_->Start(),
@@ -163,12 +133,12 @@ int AssemblerParser::ProcessImmediate(const char* text, int length, int operands
     (void)operands_left;  // the operand number is counted here instead
     ++operand_count_;
     switch (resolution_type) {
-        case RESOLVE_INTEGER:
+        case OPERAND_INTEGER:
             // A text that is no integer (an identifier, "1.5") is deliberately emitted as 0.
             return current_context_->StoreImmediate(application_->stoi(text, length, nullptr));
-        case RESOLVE_DOUBLE:
+        case OPERAND_NUMBER:
             return current_context_->StoreImmediate(application_->stod(text, length, -1, nullptr));
-        case RESOLVE_STRING_CONSTANT: {
+        case OPERAND_STRING: {
             ResolvablePlaceHolder* constant = FindName(string_identifiers_, text, length);
             if (constant == nullptr) {
                 return AssembleError(
@@ -177,7 +147,7 @@ int AssemblerParser::ProcessImmediate(const char* text, int length, int operands
             }
             return current_context_->StoreImmediate(constant->value());
         }
-        case RESOLVE_SYSTEM_VARIABLE: {
+        case OPERAND_SYSTEM: {
             ResolvablePlaceHolder* variable = FindName(system_identifiers_, text, length);
             if (variable == nullptr) {
                 return AssembleError(
@@ -186,7 +156,7 @@ int AssemblerParser::ProcessImmediate(const char* text, int length, int operands
             }
             return current_context_->StoreImmediate(variable->value());
         }
-        case RESOLVE_GLOBAL_VARIABLE: {
+        case OPERAND_GLOBAL: {
             ResolvablePlaceHolder* variable = FindName(global_identifiers_, text, length);
             if (variable == nullptr) {
                 return AssembleError(
@@ -195,12 +165,12 @@ int AssemblerParser::ProcessImmediate(const char* text, int length, int operands
             }
             return current_context_->StoreImmediate(variable->value());
         }
-        case RESOLVE_LOCAL_VARIABLE:
+        case OPERAND_LOCAL:
             return current_context_->InsertLocalReference(text, length);
-        case RESOLVE_LABEL:
+        case OPERAND_LABEL:
             return current_context_->InsertLabelReference(text, length, current_opcode_,
                                                           operand_count_);
-        case RESOLVE_FUNCTION:
+        case OPERAND_FUNCTION:
             // Patched by Resolve once every function of the file is known.
             function_references_.push_back(
                 symbols_.Make(text, length, current_context_->position(), current_context_));
@@ -279,7 +249,7 @@ int AssemblerParser::ProcessEndFunction() {
     if ((current_function_->flags() & FUNCTION_EXTERNAL) != 0) {
         external_declaration_open_ = false;
     } else {
-        result = current_context_->InsertOperator(OPCODE_RETN);
+        result = current_context_->InsertOperator(static_cast<int>(OPCODE_RETN));
         if (result == 0) result = current_context_->Resolve();
         current_context_->ReleaseSymbols();
         current_context_->segment()->Trim();
@@ -320,7 +290,7 @@ int AssemblerParser::ProcessLocalized(const char* text, int length, int* head) {
         if (text[i] != '%') continue;
         if (!inside) {
             if (piece_end > i) {
-                next = AddLocalizedPiece(PIECE_LITERAL, text + i + 1, piece_end - i, next);
+                next = AddLocalizedPiece(LOCALIZED_TEXT, text + i + 1, piece_end - i, next);
             }
             piece_end = i;
             inside = true;
@@ -329,14 +299,14 @@ int AssemblerParser::ProcessLocalized(const char* text, int length, int* head) {
                 // "%%": this '%' joins the literal to its left.
                 piece_end = i;
             } else {
-                next = AddLocalizedPiece(PIECE_VARIABLE, text + i + 1, piece_end - i - 1, next);
+                next = AddLocalizedPiece(LOCALIZED_VARIABLE, text + i + 1, piece_end - i - 1, next);
                 piece_end = i - 1;
             }
             inside = false;
         }
     }
     if (!inside && piece_end >= 0) {
-        next = AddLocalizedPiece(PIECE_LITERAL, text, piece_end + 1, next);
+        next = AddLocalizedPiece(LOCALIZED_TEXT, text, piece_end + 1, next);
     }
     *head = next;
     return 0;
@@ -367,7 +337,7 @@ int AssemblerParser::ProcessIdent(const char* text, int length) {
 }
 
 int AssemblerParser::ProcessDisableLogging() {
-    dictionary_.SetFlags(dictionary_.flags() | DICTIONARY_LOGGING_DISABLED);
+    dictionary_.SetFlags(dictionary_.flags() | DICTIONARY_FLAG_DISABLE_LOGGING);
     return 0;
 }
 

@@ -9,10 +9,6 @@
 
 namespace {
 
-// Operand bits of an instruction code: a second operand of 4 or of 8 bytes follows the first.
-constexpr int SECOND_OPERAND_DWORD = 0x1000;
-constexpr int SECOND_OPERAND_DOUBLE = 0x2000;
-
 // A displacement counts from the end of its own 4-byte operand. A label as first operand
 // counts from further on when a second operand follows: 8 bytes behind the operand's start
 // for a dword, and 13 for a double. The 13 is one more than the 12 bytes that remain of such
@@ -176,9 +172,9 @@ int FunctionContext::Resolve() {
         }
         int before = DISPLACEMENT_BASE;
         if (reference->operand_number() == 1) {
-            if ((reference->opcode() & SECOND_OPERAND_DWORD) != 0) {
+            if ((reference->opcode() & SEGMENT_SECOND_DWORD) != 0) {
                 before = DISPLACEMENT_BEFORE_DWORD;
-            } else if ((reference->opcode() & SECOND_OPERAND_DOUBLE) != 0) {
+            } else if ((reference->opcode() & SEGMENT_SECOND_DOUBLE) != 0) {
                 before = DISPLACEMENT_BEFORE_DOUBLE;
             }
         }

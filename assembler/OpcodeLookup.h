@@ -14,11 +14,8 @@ constexpr int OPERAND_LOCAL = 5;
 constexpr int OPERAND_LABEL = 7;
 constexpr int OPERAND_FUNCTION = 8;
 
-// Bits of an instruction code that announce the operands that follow it in the segment.
-constexpr unsigned OPCODE_FIRST_DWORD = 0x4000;
-constexpr unsigned OPCODE_FIRST_QWORD = 0x8000;
-constexpr unsigned OPCODE_SECOND_DWORD = 0x1000;
-constexpr unsigned OPCODE_SECOND_QWORD = 0x2000;
+// The codes carry the operand size bits of compiled/Segment.h (SEGMENT_FIRST_* and
+// SEGMENT_SECOND_*), which announce the operands that follow the code in the segment.
 
 struct OpcodeEntry {
     unsigned code;

@@ -73,22 +73,9 @@ TokenType directive_kind(const char* text, int length) {
     return TOKEN_ERROR;
 }
 
-struct Qualifier {
-    const char* name;
-    int length;
-    int bit;
-    bool set;
-};
-
-const Qualifier QUALIFIERS[] = {
-    {"external", 8, FUNCTION_EXTERNAL, true},
-    {"internal", 8, FUNCTION_EXTERNAL, false},
-    {"compresswhitespace", 18, FUNCTION_COMPRESSWHITESPACE, true},
-    {"erroroutputlevelon", 18, FUNCTION_ERROROUTPUTLEVELON, true},
-    {"erroroutputleveloff", 19, FUNCTION_ERROROUTPUTLEVELOFF, true},
-    {"stdoutinherit", 13, FUNCTION_STDOUTINHERIT, true},
-    {"private", 7, FUNCTION_PRIVATE, true},
-};
+bool is_word(const char* text, int length, const char* word) {
+    return static_cast<size_t>(length) == std::strlen(word) && std::memcmp(text, word, length) == 0;
+}
 
 }  // namespace
 
@@ -142,13 +129,17 @@ int Parser::ParameterFlags(int* flags, const char* text, int length) {
 //            | "erroroutputleveloff" | "stdoutinherit" | "private" | <nothing>
 int Parser::FunctionFlags(int* flags, const char* text, int length) {
     if (length == 0) return 0;
-    for (const Qualifier& qualifier : QUALIFIERS) {
-        if (qualifier.length == length && std::memcmp(qualifier.name, text, length) == 0) {
-            if (qualifier.set) {
-                *flags |= qualifier.bit;
-            } else {
-                *flags &= ~qualifier.bit;
-            }
+    if (is_word(text, length, "external")) {
+        *flags |= FUNCTION_EXTERNAL;
+        return 0;
+    }
+    if (is_word(text, length, "internal")) {
+        *flags &= ~FUNCTION_EXTERNAL;
+        return 0;
+    }
+    for (const FunctionQualifier& qualifier : FUNCTION_QUALIFIERS) {
+        if (is_word(text, length, qualifier.name)) {
+            *flags |= qualifier.bit;
             return 0;
         }
     }

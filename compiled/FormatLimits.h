@@ -6,10 +6,6 @@
 
 #include <cstdint>
 
-// The last version whose file holds a single localization index (tag 0), that of the first
-// language; later versions hold one index per language.
-constexpr int LAST_SINGLE_INDEX_VERSION = 0x10007;
-
 // The counts of a file about to be written. Sizes are in bytes.
 struct FormatCounts {
     int64_t dictionary_entries = 0;

@@ -18,6 +18,30 @@ constexpr int FUNCTION_ERROROUTPUTLEVELOFF = 0x08;
 constexpr int FUNCTION_STDOUTINHERIT = 0x10;
 constexpr int FUNCTION_PRIVATE = 0x20;
 
+// The qualifiers that set one bit each, in bit order, as the .function directive spells them.
+// FUNCTION_EXTERNAL is apart: "external" sets it and "internal" clears it.
+struct FunctionQualifier {
+    int bit;
+    const char* name;
+};
+// clang-format off
+constexpr FunctionQualifier FUNCTION_QUALIFIERS[] = {
+    {FUNCTION_COMPRESSWHITESPACE,  "compresswhitespace"},
+    {FUNCTION_ERROROUTPUTLEVELON,  "erroroutputlevelon"},
+    {FUNCTION_ERROROUTPUTLEVELOFF, "erroroutputleveloff"},
+    {FUNCTION_STDOUTINHERIT,       "stdoutinherit"},
+    {FUNCTION_PRIVATE,             "private"},
+};
+// clang-format on
+
+// Every bit some qualifier sets; a flag word with any other bit came from no source.
+constexpr int function_known_flags() {
+    int known = FUNCTION_EXTERNAL;
+    for (const FunctionQualifier& qualifier : FUNCTION_QUALIFIERS) known |= qualifier.bit;
+    return known;
+}
+constexpr int FUNCTION_KNOWN_FLAGS = function_known_flags();
+
 class Function {
   public:
     // 'length' of -1 means 'name' is NUL-terminated. A function of an external declaration has

@@ -18,9 +18,6 @@ namespace {
 constexpr int HEADER_SIZE = 11;
 constexpr int ENTRY_RECORD_SIZE = 12;
 
-// Files up to this version hold a single index, under tag 0.
-constexpr uint32_t LAST_SINGLE_INDEX_VERSION = 0x10007;
-
 // Read limits, so that every array sized from them stays within 31 bits. The entry count is
 // tested against a loose and a tight bound and, after the bucket count, against the bound that
 // keeps 12 bytes an entry within 31 bits; all three report alike.
@@ -183,7 +180,8 @@ bool LocalizedIndex::Read(TaggedFile* file, int tag) {
     bool started = file->Section_Read_Start(tag);
     // Old files hold their single index under tag 0.
     if (!started && tag != 0 &&
-        static_cast<uint32_t>(file->version()) <= LAST_SINGLE_INDEX_VERSION) {
+        static_cast<uint32_t>(file->version()) <=
+            static_cast<uint32_t>(LAST_SINGLE_INDEX_VERSION)) {
         started = file->Section_Read_Start(0);
     }
     unsigned char header[HEADER_SIZE];

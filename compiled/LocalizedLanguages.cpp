@@ -18,10 +18,6 @@
 
 namespace {
 
-// Index sections of files after 1.7 are tagged 'L' 'X' and the language number; files up to
-// 1.7 hold only the first language's index, under tag 0.
-constexpr uint32_t LAST_SINGLE_INDEX_VERSION = 0x10007;
-
 // Every index the table makes: 4096 buckets, room for 128 keys before it grows.
 constexpr int INDEX_BUCKET_BITS = 12;
 constexpr int INDEX_CAPACITY = 128;
@@ -255,7 +251,8 @@ bool LocalizedLanguages::Write(TaggedFile* file) {
 
     // A file of version 1.7 or older has room for one index only: the other languages' keys are
     // not written.
-    bool every_index = static_cast<uint32_t>(file->version()) > LAST_SINGLE_INDEX_VERSION;
+    bool every_index =
+        static_cast<uint32_t>(file->version()) > static_cast<uint32_t>(LAST_SINGLE_INDEX_VERSION);
     int written = every_index ? count_ : (count_ > 0 ? 1 : 0);
     for (int i = 0; i < written; ++i) {
         LocalizedIndex* index = Load(i);

@@ -15,13 +15,17 @@ constexpr int SEGMENT_GROWTH_STEP = 8192;
 // Most function bodies fit it.
 constexpr int SEGMENT_FIRST_ALLOCATION = 512;
 
-// Operand shape bits of an instruction code; the low 12 bits number the operation.
+// Operand size bits of an instruction code, the one definition that the mnemonic table, the
+// emitter, the listing and the disassembly share; the low 12 bits number the operation.
 constexpr unsigned SEGMENT_FIRST_MASK = 0xC000;
 constexpr unsigned SEGMENT_FIRST_DWORD = 0x4000;
 constexpr unsigned SEGMENT_FIRST_DOUBLE = 0x8000;
 constexpr unsigned SEGMENT_SECOND_MASK = 0x3000;
 constexpr unsigned SEGMENT_SECOND_DWORD = 0x1000;
 constexpr unsigned SEGMENT_SECOND_DOUBLE = 0x2000;
+
+// `retn`, the instruction that closes every function body.
+constexpr unsigned OPCODE_RETN = 0x003C;
 
 // Listing name of an instruction code, or null for a code that has none.
 const char* segment_listing_name(unsigned code);

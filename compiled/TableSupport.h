@@ -12,6 +12,16 @@
 
 class TaggedFile;
 
+// The sizes the tables of a compiled program are made with: the assembler builds its tables so,
+// and the loader makes its own so before reading (the bucket counts then come from the file).
+// 256 function buckets; 4096 buckets and room for 512 variables in the global and system
+// tables; 4096 language buckets and room for 8 languages.
+constexpr int FUNCTION_TABLE_BUCKET_BITS = 8;
+constexpr int VARIABLE_TABLE_BUCKET_BITS = 12;
+constexpr int VARIABLE_TABLE_CAPACITY = 512;
+constexpr int LANGUAGE_TABLE_BUCKET_BITS = 12;
+constexpr int LANGUAGE_TABLE_CAPACITY = 8;
+
 // Bucket of a name in a table of 2^'bucket_bits' buckets, from the case-folded hash.
 inline int name_bucket(const char* name, int length, int bucket_bits) {
     return static_cast<int>(

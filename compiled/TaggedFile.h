@@ -36,6 +36,11 @@ constexpr uint32_t TF_MAGIC = 0x6E726154;
 // Format versions: major in the high 16 bits, minor in the low 16. Readers accept 1.1 to 1.13.
 constexpr int TF_VERSION_OLDEST = 0x10001;
 constexpr int TF_VERSION_CURRENT = 0x1000D;
+// The version the assembler writes without a .version directive, which can only raise it.
+constexpr int TF_VERSION_DEFAULT = TF_VERSION_OLDEST;
+// The last version whose file holds a single localization index (tag 0), that of the first
+// language; later versions hold one index per language, tagged by tag_language_index.
+constexpr int LAST_SINGLE_INDEX_VERSION = 0x10007;
 constexpr int TF_HEADER_SIZE = 32;
 constexpr int TF_IDENTIFIER_SIZE = 16;
 constexpr int TF_DIRECTORY_ENTRY_SIZE = 12;

@@ -6,17 +6,10 @@
 #include <cstring>
 
 #include "compiled/IdentList.h"
+#include "compiled/TableSupport.h"
 #include "platform/FileManager.h"
 
 namespace {
-
-// The sizes the loader makes its tables with; reading takes the bucket counts from the file,
-// so these only set the first allocation.
-constexpr int GLOBAL_BUCKET_BITS = 12;
-constexpr int GLOBAL_CAPACITY = 512;
-constexpr int FUNCTION_BUCKET_BITS = 8;
-constexpr int LANGUAGE_BUCKET_BITS = 12;
-constexpr int LANGUAGE_CAPACITY = 8;
 
 // Whole-file reads go in pieces of this size.
 constexpr int READ_PIECE = 65536;
@@ -26,10 +19,11 @@ constexpr int READ_PIECE = 65536;
 CompiledImage::CompiledImage(TarnApplication* application, FileManager* files)
     : files_(files),
       file_(files),
-      globals_(&dictionary_, GLOBAL_BUCKET_BITS, GLOBAL_CAPACITY, 0),
-      systems_(&dictionary_, GLOBAL_BUCKET_BITS, GLOBAL_CAPACITY, 0),
-      functions_(&dictionary_, FUNCTION_BUCKET_BITS),
-      languages_(application, &dictionary_, &file_, LANGUAGE_BUCKET_BITS, LANGUAGE_CAPACITY) {}
+      globals_(&dictionary_, VARIABLE_TABLE_BUCKET_BITS, VARIABLE_TABLE_CAPACITY, 0),
+      systems_(&dictionary_, VARIABLE_TABLE_BUCKET_BITS, VARIABLE_TABLE_CAPACITY, 0),
+      functions_(&dictionary_, FUNCTION_TABLE_BUCKET_BITS),
+      languages_(application, &dictionary_, &file_, LANGUAGE_TABLE_BUCKET_BITS,
+                 LANGUAGE_TABLE_CAPACITY) {}
 
 CompiledImage::~CompiledImage() {}
 

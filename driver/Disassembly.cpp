@@ -11,8 +11,8 @@ namespace {
 // operand of an instruction with a second one: from the end of a 4-byte second operand, and
 // 13 bytes on for an 8-byte one. The assembler patches the operands so; this undoes it.
 long long label_base(unsigned code, int operand, int operand_position) {
-    if (operand == 0 && (code & OPCODE_SECOND_DWORD) != 0) return operand_position + 8LL;
-    if (operand == 0 && (code & OPCODE_SECOND_QWORD) != 0) return operand_position + 13LL;
+    if (operand == 0 && (code & SEGMENT_SECOND_DWORD) != 0) return operand_position + 8LL;
+    if (operand == 0 && (code & SEGMENT_SECOND_DOUBLE) != 0) return operand_position + 13LL;
     return operand_position + 4LL;
 }
 

@@ -12,23 +12,6 @@
 
 namespace {
 
-// Qualifier names in bit order, as the .function directive spells them.
-// clang-format off
-const struct {
-    int bit;
-    const char* name;
-} QUALIFIERS[] = {
-    {FUNCTION_COMPRESSWHITESPACE,  "compresswhitespace"},
-    {FUNCTION_ERROROUTPUTLEVELON,  "erroroutputlevelon"},
-    {FUNCTION_ERROROUTPUTLEVELOFF, "erroroutputleveloff"},
-    {FUNCTION_STDOUTINHERIT,       "stdoutinherit"},
-    {FUNCTION_PRIVATE,             "private"},
-};
-// clang-format on
-
-// Files of version 1.7 and earlier keep one localization index, in the section tagged 0.
-constexpr int LAST_SINGLE_INDEX_VERSION = 0x10007;
-
 // A table of 'bits' bucket bits has 2^'bits' buckets; 32 bits give one, as the readers take it.
 unsigned bucket_count(int bits) {
     return 1u << (bits & 31);
@@ -36,9 +19,8 @@ unsigned bucket_count(int bits) {
 
 std::string qualifiers(int flags) {
     std::string text = (flags & FUNCTION_EXTERNAL) != 0 ? "external" : "internal";
-    int known = FUNCTION_EXTERNAL;
-    for (const auto& qualifier : QUALIFIERS) {
-        known |= qualifier.bit;
+    const int known = FUNCTION_KNOWN_FLAGS;
+    for (const FunctionQualifier& qualifier : FUNCTION_QUALIFIERS) {
         if ((flags & qualifier.bit) != 0) text += std::string(" ") + qualifier.name;
     }
     if ((flags & ~known) != 0)

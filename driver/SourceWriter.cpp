@@ -30,27 +30,6 @@ enum RoleKind {
     ROLE_KEY,        // key of entry 'second' in the index of language 'first'
 };
 
-// Qualifier names in bit order, as the .function directive spells them.
-// clang-format off
-const struct {
-    int bit;
-    const char* name;
-} QUALIFIERS[] = {
-    {FUNCTION_COMPRESSWHITESPACE,  "compresswhitespace"},
-    {FUNCTION_ERROROUTPUTLEVELON,  "erroroutputlevelon"},
-    {FUNCTION_ERROROUTPUTLEVELOFF, "erroroutputleveloff"},
-    {FUNCTION_STDOUTINHERIT,       "stdoutinherit"},
-    {FUNCTION_PRIVATE,             "private"},
-};
-// clang-format on
-constexpr int KNOWN_QUALIFIERS = 0x3F;
-
-// The version the assembler writes without a .version directive.
-constexpr int DEFAULT_VERSION = 0x10001;
-// Files of version 1.7 and earlier keep only the first language's index.
-constexpr int LAST_SINGLE_INDEX_VERSION = 0x10007;
-// The instruction that .endfunction appends to every function body.
-constexpr unsigned RETURN_CODE = 0x003C;
 // Digits of a positional number above the largest double: it reads back as infinity.
 constexpr int INFINITE_DIGITS = 310;
 
@@ -146,7 +125,7 @@ bool SourceWriter::CheckHeader() {
             return Fail("header.identifier is not zero, and the assembler always writes zeros");
     }
     int version = image_->file().version();
-    if (version != DEFAULT_VERSION) out_ += ".version " + DumpText::Version(version) + "\n";
+    if (version != TF_VERSION_DEFAULT) out_ += ".version " + DumpText::Version(version) + "\n";
     if ((flags & DICTIONARY_FLAG_DISABLE_LOGGING) != 0) out_ += ".disable_logging\n";
     for (const std::string& ident : image_->idents())
         out_ += ".ident " + DumpText::Quote(ident.data(), static_cast<int>(ident.size())) + "\n";
@@ -165,7 +144,7 @@ bool SourceWriter::CheckFunctions() {
         if (!DumpText::IsIdentifier(name.c_str(), name.length()))
             return Fail(which + " is named " + DumpText::Quote(name.c_str(), name.length()) +
                         ", which is no identifier");
-        if ((function->flags() & ~KNOWN_QUALIFIERS) != 0)
+        if ((function->flags() & ~FUNCTION_KNOWN_FLAGS) != 0)
             return Fail(which + " has flags " +
                         DumpText::Hex(static_cast<unsigned>(function->flags()), 2) +
                         " that no qualifier sets");
@@ -212,7 +191,7 @@ bool SourceWriter::DecodeSegments() {
         }
         // Every function body ends with the return that .endfunction adds.
         if (s > 0 && (code.Instructions() == 0 ||
-                      code.instruction(code.Instructions() - 1).code != RETURN_CODE))
+                      code.instruction(code.Instructions() - 1).code != OPCODE_RETN))
             return Fail("segment " + std::to_string(s) + " does not end with retn");
     }
     return true;
@@ -521,7 +500,7 @@ bool SourceWriter::OpenFunction(int f) {
     if (!external && !CloseInternal()) return false;
     out_ += ".function " + std::string(function->name().c_str());
     if (external) out_ += " external";
-    for (const auto& qualifier : QUALIFIERS) {
+    for (const FunctionQualifier& qualifier : FUNCTION_QUALIFIERS) {
         if ((function->flags() & qualifier.bit) != 0) out_ += std::string(" ") + qualifier.name;
     }
     out_ += "\n";

@@ -21,13 +21,6 @@
 #include "foundation/ByteOrder.h"
 #include "platform/FileManager.h"
 
-// Sizes the loader makes its tables with, as the assembler does.
-constexpr int LOAD_GLOBAL_BUCKET_BITS = 12;
-constexpr int LOAD_GLOBAL_CAPACITY = 512;
-constexpr int LOAD_FUNCTION_BUCKET_BITS = 8;
-constexpr int LOAD_LANGUAGE_BUCKET_BITS = 12;
-constexpr int LOAD_LANGUAGE_CAPACITY = 8;
-
 // A reader that refuses its section must say why.
 inline bool load_step(bool ok, const String& reason, std::string* first_failure) {
     if (!ok && reason.length() == 0) std::abort();
@@ -63,16 +56,16 @@ inline std::string load_compiled(TaggedFile* file, TarnApplication* application,
         if (text != nullptr && size > 0) (void)std::string(text, static_cast<size_t>(size));
     }
 
-    VariableHash globals(&dictionary, LOAD_GLOBAL_BUCKET_BITS, LOAD_GLOBAL_CAPACITY, 0);
+    VariableHash globals(&dictionary, VARIABLE_TABLE_BUCKET_BITS, VARIABLE_TABLE_CAPACITY, 0);
     if (load_step(globals.Read(file, TAG_GLBL) != 0, globals.error(), &failure)) {
         load_probe_variables(&globals, &dictionary, written);
     }
-    VariableHash systems(&dictionary, LOAD_GLOBAL_BUCKET_BITS, LOAD_GLOBAL_CAPACITY, 0);
+    VariableHash systems(&dictionary, VARIABLE_TABLE_BUCKET_BITS, VARIABLE_TABLE_CAPACITY, 0);
     if (load_step(systems.Read(file, TAG_SYST) != 0, systems.error(), &failure)) {
         load_probe_variables(&systems, &dictionary, written);
     }
 
-    FunctionManager functions(&dictionary, LOAD_FUNCTION_BUCKET_BITS);
+    FunctionManager functions(&dictionary, FUNCTION_TABLE_BUCKET_BITS);
     if (load_step(functions.Read(file), functions.error(), &failure)) {
         for (int i = 0; i < functions.Functions(); ++i) {
             Function* function = functions.Function_Index(i);
@@ -102,8 +95,8 @@ inline std::string load_compiled(TaggedFile* file, TarnApplication* application,
         }
     }
 
-    LocalizedLanguages languages(application, &dictionary, file, LOAD_LANGUAGE_BUCKET_BITS,
-                                 LOAD_LANGUAGE_CAPACITY);
+    LocalizedLanguages languages(application, &dictionary, file, LANGUAGE_TABLE_BUCKET_BITS,
+                                 LANGUAGE_TABLE_CAPACITY);
     if (load_step(languages.Read(), languages.error(), &failure)) {
         for (int i = 0; i < languages.Entries(); ++i) {
             _LL_Entry* language = languages.Get_Language_Entry(languages.language(i)->code);

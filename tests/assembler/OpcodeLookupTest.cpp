@@ -7,13 +7,15 @@
 #include <set>
 #include <string>
 
+#include "compiled/Segment.h"
+
 namespace {
 
 // The size bits a code must carry for an operand of 'kind' in the first or second place.
 unsigned SizeBitsFor(int kind, bool second) {
     if (kind == OPERAND_NONE) return 0;
-    if (kind == OPERAND_NUMBER) return second ? OPCODE_SECOND_QWORD : OPCODE_FIRST_QWORD;
-    return second ? OPCODE_SECOND_DWORD : OPCODE_FIRST_DWORD;
+    if (kind == OPERAND_NUMBER) return second ? SEGMENT_SECOND_DOUBLE : SEGMENT_FIRST_DOUBLE;
+    return second ? SEGMENT_SECOND_DWORD : SEGMENT_FIRST_DWORD;
 }
 
 }  // namespace
