@@ -417,11 +417,6 @@ void AssemblerParser::ReleaseSymbols() {
 // The counts of the file Write is about to write, and its size at most: bucket records are
 // counted as if every variable, language or key had a bucket of its own.
 FormatCounts AssemblerParser::Counts() {
-    // Every table body: 7 header bytes, 6 per bucket record and 8 per variable.
-    auto table_bytes = [](VariableHash* table) {
-        return 7 + 6 * static_cast<int64_t>(table->bucket_entries()) +
-               8 * static_cast<int64_t>(table->Entries());
-    };
     FormatCounts counts;
     counts.dictionary_entries = dictionary_.entries();
     for (int b = 0; b < dictionary_.blocks(); ++b) {
@@ -430,43 +425,32 @@ FormatCounts AssemblerParser::Counts() {
     counts.globals = global_hash_->Entries();
     counts.systems = system_hash_->Entries();
     counts.functions = function_manager_->Functions();
-    int64_t function_bytes =
-        7 + 6 * static_cast<int64_t>(function_manager_->bucket_entries()) + 4 * counts.functions;
     for (int f = 0; f < function_manager_->Functions(); ++f) {
         Function* function = function_manager_->Function_Index(f);
-        const int64_t parameters = function->parameters().Entries();
-        counts.most_parameters = std::max(counts.most_parameters, parameters);
+        counts.most_parameters = std::max(counts.most_parameters,
+                                          static_cast<int64_t>(function->parameters().Entries()));
         counts.most_locals =
             std::max(counts.most_locals, static_cast<int64_t>(function->variables()->Entries()));
-        function_bytes += 20 + 12 * parameters + table_bytes(function->variables());
     }
     counts.segments = segment_manager_->count();
-    int64_t segment_bytes = 8 + 8 * counts.segments;
-    for (int i = 0; i < segment_manager_->count(); ++i) {
-        const Segment* segment = segment_manager_->segment(i);
-        if (segment != nullptr) segment_bytes += segment->length();
-    }
     counts.languages = localized_languages_.Entries();
-    // Up to version 1.7 only the first language's index is written, with tag 0.
-    counts.index_per_language = file_version_ > LAST_SINGLE_INDEX_VERSION;
-    int64_t index_bytes = 0;
-    int indexes = 0;
+    counts.index_per_language = index_per_language(file_version_);
     for (int i = 0; i < localized_languages_.Entries(); ++i) {
         LocalizedIndex* index = localized_languages_.language(i)->index;
         const int64_t entries = index != nullptr ? index->Entries() : 0;
         counts.most_index_entries = std::max(counts.most_index_entries, entries);
-        if (counts.index_per_language || i == 0) {
-            index_bytes += 11 + 18 * entries;
-            ++indexes;
-        }
     }
     counts.pieces = localized_dictionary_.Entries();
-    const int sections = 8 + indexes;
-    counts.file_bytes = TF_HEADER_SIZE + 12 + 8 * counts.dictionary_entries +
-                        counts.dictionary_bytes + table_bytes(global_hash_) +
-                        table_bytes(system_hash_) + function_bytes + segment_bytes +
-                        ident_list_.length() + 7 + 14 * counts.languages + index_bytes + 4 +
-                        12 * counts.pieces + TF_DIRECTORY_ENTRY_SIZE * sections;
+    // The file's size as each section reckons its own; "dict", "glbl", "syst", "func", "segs",
+    // "idnt" and "locd" make seven sections, "locl" and its indexes the rest.
+    int language_sections = 0;
+    const int64_t language_bytes =
+        localized_languages_.WrittenSize(file_version_, &language_sections);
+    counts.file_bytes = TF_HEADER_SIZE + dictionary_.WrittenSize() + global_hash_->WrittenSize() +
+                        system_hash_->WrittenSize() + function_manager_->WrittenSize() +
+                        segment_manager_->WrittenSize() + ident_list_.length() + language_bytes +
+                        localized_dictionary_.WrittenSize() +
+                        TF_DIRECTORY_ENTRY_SIZE * static_cast<int64_t>(7 + language_sections);
     return counts;
 }
 

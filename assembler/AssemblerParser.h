@@ -73,8 +73,8 @@ class AssemblerParser : public Parser {
     // header.
     int Write(const char* path, const unsigned char* identifier);
 
-    // The counts of the compiled file as it stands, and its size at most, for the format's
-    // limits (the dictionary as compressed by Write).
+    // The counts of the compiled file as it stands, and its size as its sections reckon it,
+    // for the format's limits (the dictionary as compressed by Write).
     FormatCounts Counts();
 
     // ---- read access for callers that inspect the assembled state ----

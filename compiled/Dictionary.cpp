@@ -434,6 +434,13 @@ bool Dictionary::Write(TaggedFile* file) {
     return true;
 }
 
+int64_t Dictionary::WrittenSize() const {
+    int64_t size =
+        DICTIONARY_HEADER_SIZE + DICTIONARY_ENTRY_SIZE * static_cast<int64_t>(entries_.size());
+    for (const DictionaryDataBlock* block : blocks_) size += block->used();
+    return size;
+}
+
 // Everything is read and checked into locals first; only then are the old contents replaced.
 // The section is left current in the container (no Section_Read_End).
 bool Dictionary::Read(TaggedFile* file) {

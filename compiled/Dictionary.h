@@ -88,6 +88,8 @@ class Dictionary {
     // Writes or reads the section "dict"; false with the reason behind error(). A failed read
     // leaves the dictionary as it was.
     bool Write(TaggedFile* file);
+    // The bytes Write sends.
+    int64_t WrittenSize() const;
     bool Read(TaggedFile* file);
 
     // ---- what readers, dumpers and tests look at ----

@@ -16,7 +16,6 @@
 
 namespace {
 
-constexpr int HEADER_SIZE = 7;
 constexpr int CHAIN_LINK_SIZE = 4;
 constexpr int FUNCTION_RECORD_SIZE = 20;
 constexpr int PARAMETER_RECORD_SIZE = 12;
@@ -25,6 +24,10 @@ constexpr int PARAMETER_RECORD_SIZE = 12;
 // count has a looser and a tighter bound, reported alike; the tighter one is in force.
 constexpr uint32_t MAX_FUNCTION_COUNT_LOOSE = 0x1FFFFFFF;
 constexpr uint32_t MAX_FUNCTION_COUNT = 0x0FFFFFFF;
+const TableShape SHAPE = {
+    "function_list_header",   "function_count",   "function_hash_bucket.index out of range",
+    MAX_FUNCTION_COUNT_LOOSE, MAX_FUNCTION_COUNT, UINT32_MAX,
+    TABLE_HEADER_SIZE};
 constexpr uint32_t MAX_PARAMETER_COUNT = 0x0AAAAAAA;
 
 int measured(const char* text, int length) {
@@ -203,46 +206,41 @@ void FunctionManager::Error(const String& text) {
 
 // ---- writing ----
 
+// clang-format off
 // Section "func":
 //   offset  size                   field
 //   0       2                      function_list_header.bucket_entries
 //   2       1                      function_list_header.bucket_bits
 //   3       4                      function_list_header.function_count
-//   7       6 per non-empty bucket function_hash_bucket.index (2), function_hash_bucket.function
-//   (4) then    4 per function         next function in the same bucket, or -1 then, per function
-//   in index order:
+//   7       6 per non-empty bucket function_hash_bucket.index (2), .function (4)
+//   then    4 per function         next function in the same bucket, or -1
+//   then, per function in index order:
 //           20                     function_header.name, .parameter_count, .flags, .segment,
 //                                  .segment_offset (4 each)
 //           12 per parameter       function_parameter.name, .flags, .variable (4 each)
 //           ...                    the function's local variable table, as VariableHash writes it
+// clang-format on
 bool FunctionManager::Write(TaggedFile* file) {
     file->Section_Start(TAG_FUNC);
-    bool ok = true;
-    auto write = [&](const unsigned char* bytes, int size) {
-        if (ok && size > 0 && file->Section_Write(bytes, size) != size) {
-            Error(file->error());
-            ok = false;
-        }
-    };
-
-    unsigned char header[HEADER_SIZE];
+    SectionWriter out(file);
+    unsigned char header[TABLE_HEADER_SIZE];
     put_u16(header, static_cast<uint32_t>(bucket_entries_));
     put_u8(header + 2, static_cast<uint32_t>(bucket_bits_));
     put_u32(header + 3, static_cast<uint32_t>(count_));
-    write(header, HEADER_SIZE);
+    out.Write(header, TABLE_HEADER_SIZE);
 
     int record = 0;
     std::vector<unsigned char> bucket_records =
         encode_bucket_records(buckets_, bucket_count_, bucket_entries_, &record);
-    write(bucket_records.data(), BUCKET_RECORD_SIZE * record);
+    out.Write(bucket_records.data(), BUCKET_RECORD_SIZE * record);
 
     std::vector<unsigned char> chain(static_cast<size_t>(CHAIN_LINK_SIZE * count_));
     for (int i = 0; i < count_; ++i) {
         put_u32(chain.data() + CHAIN_LINK_SIZE * i, static_cast<uint32_t>(chain_[i]));
     }
-    write(chain.data(), CHAIN_LINK_SIZE * count_);
+    out.Write(chain.data(), CHAIN_LINK_SIZE * count_);
 
-    for (int i = 0; ok && i < count_; ++i) {
+    for (int i = 0; out.ok() && i < count_; ++i) {
         Function* function = functions_[i];
         List<FunctionParameter>& parameters = function->parameters();
         int parameter_count = parameters.Entries();
@@ -252,7 +250,7 @@ bool FunctionManager::Write(TaggedFile* file) {
         put_u32(record_bytes + 8, static_cast<uint32_t>(function->flags()));
         put_u32(record_bytes + 12, static_cast<uint32_t>(function->segment()));
         put_u32(record_bytes + 16, static_cast<uint32_t>(function->segment_offset()));
-        write(record_bytes, FUNCTION_RECORD_SIZE);
+        out.Write(record_bytes, FUNCTION_RECORD_SIZE);
 
         std::vector<unsigned char> parameter_records(
             static_cast<size_t>(PARAMETER_RECORD_SIZE * parameter_count));
@@ -263,14 +261,30 @@ bool FunctionManager::Write(TaggedFile* file) {
             put_u32(p + 4, static_cast<uint32_t>(parameter->flags()));
             put_u32(p + 8, static_cast<uint32_t>(parameter->variable()));
         }
-        write(parameter_records.data(), PARAMETER_RECORD_SIZE * parameter_count);
+        out.Write(parameter_records.data(), PARAMETER_RECORD_SIZE * parameter_count);
 
-        if (ok && function->variables()->Write(file) == 0) {
+        if (out.ok() && function->variables()->Write(file) == 0) {
             Error(function->variables()->error());
-            ok = false;
+            return false;
         }
     }
-    return ok;
+    if (!out.ok()) {
+        Error(file->error());
+        return false;
+    }
+    return true;
+}
+
+int64_t FunctionManager::WrittenSize() const {
+    int64_t size = TABLE_HEADER_SIZE + BUCKET_RECORD_SIZE * static_cast<int64_t>(bucket_entries_) +
+                   CHAIN_LINK_SIZE * static_cast<int64_t>(count_);
+    for (int i = 0; i < count_; ++i) {
+        size +=
+            FUNCTION_RECORD_SIZE +
+            PARAMETER_RECORD_SIZE * static_cast<int64_t>(functions_[i]->parameters().Entries()) +
+            functions_[i]->variables()->WrittenSize();
+    }
+    return size;
 }
 
 // ---- reading ----
@@ -278,31 +292,20 @@ bool FunctionManager::Write(TaggedFile* file) {
 // Reads the section written above. The checks run in a fixed order, each naming its field;
 // the table changes only when all of them passed.
 bool FunctionManager::Read(TaggedFile* file) {
-    unsigned char header[HEADER_SIZE];
-    if (!file->Section_Read_Start(TAG_FUNC) ||
-        file->Section_Read(header, HEADER_SIZE) != HEADER_SIZE) {
+    if (!file->Section_Read_Start(TAG_FUNC)) {
         Error(file->error());
         return false;
     }
     TableHeader table;
-    String invalid;
-    if (!check_table_header(header, "function_list_header", "function_count",
-                            MAX_FUNCTION_COUNT_LOOSE, MAX_FUNCTION_COUNT, &table, &invalid)) {
-        Error(invalid);
+    BucketArray buckets;
+    String reason;
+    if (!read_table_start(file, SHAPE, &table, &buckets, &reason)) {
+        Error(reason);
         return false;
     }
     uint32_t bucket_count = table.bucket_count;
     uint32_t bucket_bits = table.bucket_bits;
     uint32_t function_count = table.count;
-    int bucket_entries = table.bucket_entries;
-
-    BucketArray buckets;
-    String reason;
-    if (!read_bucket_records(file, bucket_entries, bucket_count,
-                             "function_hash_bucket.index out of range", &buckets, &reason)) {
-        Error(reason);
-        return false;
-    }
 
     int count = static_cast<int>(function_count);
     std::vector<unsigned char> chain_bytes;

@@ -45,6 +45,8 @@ class FunctionManager {
 
     // Writes the "func" section. The section is left open: the next Section_Start closes it.
     bool Write(TaggedFile* file);
+    // The bytes Write sends, the functions' own tables included.
+    int64_t WrittenSize() const;
     // Replaces the table with the "func" section of 'file'; on failure the table is unchanged.
     bool Read(TaggedFile* file);
 

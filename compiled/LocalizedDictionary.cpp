@@ -73,18 +73,19 @@ bool LocalizedDictionary::Write(TaggedFile* file) {
         put_u32(record + 4, static_cast<uint32_t>(entries_[i].text));
         put_u32(record + 8, static_cast<uint32_t>(entries_[i].next));
     }
-    bool ok = true;
-    auto write = [&](const unsigned char* bytes, int size) {
-        if (ok && size > 0 && file->Section_Write(bytes, size) != size) ok = false;
-    };
-    write(header, HEADER_SIZE);
-    write(records.data(), ENTRY_RECORD_SIZE * count_);
-    if (!ok) {
+    SectionWriter out(file);
+    out.Write(header, HEADER_SIZE);
+    out.Write(records.data(), ENTRY_RECORD_SIZE * count_);
+    if (!out.ok()) {
         Error(file->error());
         return false;
     }
     file->Section_End();
     return true;
+}
+
+int64_t LocalizedDictionary::WrittenSize() const {
+    return HEADER_SIZE + ENTRY_RECORD_SIZE * static_cast<int64_t>(count_);
 }
 
 bool LocalizedDictionary::Read(TaggedFile* file) {

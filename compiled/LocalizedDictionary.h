@@ -3,6 +3,8 @@
 #ifndef TARN_COMPILED_LOCALIZEDDICTIONARY_H
 #define TARN_COMPILED_LOCALIZEDDICTIONARY_H
 
+#include <cstdint>
+
 #include "foundation/String.h"
 
 class TaggedFile;
@@ -39,6 +41,8 @@ class LocalizedDictionary {
     int Entries() const { return count_; }
 
     bool Write(TaggedFile* file);
+    // The bytes Write sends.
+    int64_t WrittenSize() const;
     // Replaces the pieces with the "locd" section of 'file'; on failure nothing changes.
     bool Read(TaggedFile* file);
 

@@ -3,6 +3,7 @@
 
 #include "compiled/LocalizedIndex.h"
 
+#include <cassert>
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -24,6 +25,13 @@ constexpr int ENTRY_RECORD_SIZE = 12;
 constexpr uint32_t MAX_INDEX_COUNT_LOOSE = 0x1FFFFFFF;
 constexpr uint32_t MAX_INDEX_COUNT = 0x0FFFFFFF;
 constexpr uint32_t MAX_INDEX_RECORDS = 0x0AAAAAAA;
+const TableShape SHAPE = {"localized_index_header",
+                          "index_count",
+                          "localized_index_bucket.index out of range",
+                          MAX_INDEX_COUNT_LOOSE,
+                          MAX_INDEX_COUNT,
+                          MAX_INDEX_RECORDS,
+                          HEADER_SIZE};
 // Entries first allocated for an index.
 constexpr int LOCALIZED_INDEX_FIRST_ALLOCATION = 4;
 
@@ -132,15 +140,17 @@ const _LI_Entry* LocalizedIndex::Get_Entry(const char* text, int length) {
 
 // ---- writing ----
 
+// clang-format off
 // Localization index section (tag 'L' 'X' + language number, or 0 in files up to 1.7):
 //   offset  size                   field
 //   0       2                      localized_index_header.bucket_entries
 //   2       1                      localized_index_header.bucket_bits
 //   3       4                      localized_index_header.index_count
 //   7       4                      reserved, zero
-//   11      6 per non-empty bucket localized_index_bucket.index (2), localized_index_bucket.entry
-//   (4) then    12 per entry           localized_index_entry.key, .next, .value (4 each)
+//   11      6 per non-empty bucket localized_index_bucket.index (2), .entry (4)
+//   then    12 per entry           localized_index_entry.key, .next, .value (4 each)
 // The chain link sits between key and value here, unlike the language table's records.
+// clang-format on
 bool LocalizedIndex::Write(TaggedFile* file, int tag) {
     file->Section_Start(tag);
     unsigned char header[HEADER_SIZE] = {};
@@ -159,19 +169,22 @@ bool LocalizedIndex::Write(TaggedFile* file, int tag) {
         put_u32(p + 8, static_cast<uint32_t>(entries_[i].value));
     }
 
-    bool ok = true;
-    auto write = [&](const unsigned char* bytes, int size) {
-        if (ok && size > 0 && file->Section_Write(bytes, size) != size) ok = false;
-    };
-    write(header, HEADER_SIZE);
-    write(bucket_records.data(), BUCKET_RECORD_SIZE * record);
-    write(entry_records.data(), ENTRY_RECORD_SIZE * count_);
-    if (!ok) {
+    SectionWriter out(file);
+    out.Write(header, HEADER_SIZE);
+    out.Write(bucket_records.data(), BUCKET_RECORD_SIZE * record);
+    out.Write(entry_records.data(), ENTRY_RECORD_SIZE * count_);
+    if (!out.ok()) {
         Error(file->error());
         return false;
     }
+    assert(out.written() == WrittenSize());
     file->Section_End();
     return true;
+}
+
+int64_t LocalizedIndex::WrittenSize() const {
+    return HEADER_SIZE + BUCKET_RECORD_SIZE * static_cast<int64_t>(bucket_entries_) +
+           ENTRY_RECORD_SIZE * static_cast<int64_t>(count_);
 }
 
 // ---- reading ----
@@ -179,39 +192,23 @@ bool LocalizedIndex::Write(TaggedFile* file, int tag) {
 bool LocalizedIndex::Read(TaggedFile* file, int tag) {
     bool started = file->Section_Read_Start(tag);
     // Old files hold their single index under tag 0.
-    if (!started && tag != 0 &&
-        static_cast<uint32_t>(file->version()) <=
-            static_cast<uint32_t>(LAST_SINGLE_INDEX_VERSION)) {
+    if (!started && tag != 0 && !index_per_language(file->version())) {
         started = file->Section_Read_Start(0);
     }
-    unsigned char header[HEADER_SIZE];
-    if (!started || file->Section_Read(header, HEADER_SIZE) != HEADER_SIZE) {
+    if (!started) {
         Error(file->error());
         return false;
     }
     TableHeader table;
-    String invalid;
-    if (!check_table_header(header, "localized_index_header", "index_count", MAX_INDEX_COUNT_LOOSE,
-                            MAX_INDEX_COUNT, &table, &invalid)) {
-        Error(invalid);
+    BucketArray buckets;
+    String reason;
+    if (!read_table_start(file, SHAPE, &table, &buckets, &reason)) {
+        Error(reason);
         return false;
     }
     uint32_t bucket_count = table.bucket_count;
     uint32_t bucket_bits = table.bucket_bits;
     uint32_t index_count = table.count;
-    int bucket_entries = table.bucket_entries;
-    if (index_count > MAX_INDEX_RECORDS) {
-        Error(String("localized_index_header.index_count out of range"));
-        return false;
-    }
-
-    BucketArray buckets;
-    String reason;
-    if (!read_bucket_records(file, bucket_entries, bucket_count,
-                             "localized_index_bucket.index out of range", &buckets, &reason)) {
-        Error(reason);
-        return false;
-    }
 
     int count = static_cast<int>(index_count);
     std::vector<unsigned char> entry_records;

@@ -40,6 +40,8 @@ class LocalizedIndex {
     const _LI_Entry* Get_Entry(const char* text, int length);
 
     bool Write(TaggedFile* file, int tag);
+    // The bytes Write sends.
+    int64_t WrittenSize() const;
     // Replaces the index with the section 'tag' of 'file'; on failure nothing changes.
     bool Read(TaggedFile* file, int tag);
 

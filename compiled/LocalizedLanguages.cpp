@@ -22,13 +22,19 @@ namespace {
 constexpr int INDEX_BUCKET_BITS = 12;
 constexpr int INDEX_CAPACITY = 128;
 
-constexpr int HEADER_SIZE = 7;
 constexpr int LANGUAGE_RECORD_SIZE = 8;
 
 // Read limits, so that every array sized from them stays within 31 bits. The language count has
 // a looser and a tighter bound, reported alike; the tighter one is in force.
 constexpr uint32_t MAX_LANGUAGE_COUNT_LOOSE = 0x1FFFFFFF;
 constexpr uint32_t MAX_LANGUAGE_COUNT = 0x07FFFFFF;
+const TableShape SHAPE = {"localized_language_header",
+                          "index_count",
+                          "localized_language_bucket.index out of range",
+                          MAX_LANGUAGE_COUNT_LOOSE,
+                          MAX_LANGUAGE_COUNT,
+                          UINT32_MAX,
+                          TABLE_HEADER_SIZE};
 
 }  // namespace
 
@@ -220,7 +226,7 @@ LocalizedIndex* LocalizedLanguages::Load(int position) {
 // The chain link follows the code here, unlike the index records, where it sits in the middle.
 bool LocalizedLanguages::Write(TaggedFile* file) {
     file->Section_Start(TAG_LOCL);
-    unsigned char header[HEADER_SIZE];
+    unsigned char header[TABLE_HEADER_SIZE];
     put_u16(header, static_cast<uint32_t>(bucket_entries_));
     put_u8(header + 2, static_cast<uint32_t>(bucket_bits_));
     put_u32(header + 3, static_cast<uint32_t>(count_));
@@ -236,14 +242,11 @@ bool LocalizedLanguages::Write(TaggedFile* file) {
                 static_cast<uint32_t>(next_[i]));
     }
 
-    bool ok = true;
-    auto write = [&](const unsigned char* bytes, int size) {
-        if (ok && size > 0 && file->Section_Write(bytes, size) != size) ok = false;
-    };
-    write(header, HEADER_SIZE);
-    write(bucket_records.data(), BUCKET_RECORD_SIZE * record);
-    write(language_records.data(), LANGUAGE_RECORD_SIZE * count_);
-    if (!ok) {
+    SectionWriter out(file);
+    out.Write(header, TABLE_HEADER_SIZE);
+    out.Write(bucket_records.data(), BUCKET_RECORD_SIZE * record);
+    out.Write(language_records.data(), LANGUAGE_RECORD_SIZE * count_);
+    if (!out.ok()) {
         Error(file->error());
         return false;
     }
@@ -251,8 +254,7 @@ bool LocalizedLanguages::Write(TaggedFile* file) {
 
     // A file of version 1.7 or older has room for one index only: the other languages' keys are
     // not written.
-    bool every_index =
-        static_cast<uint32_t>(file->version()) > static_cast<uint32_t>(LAST_SINGLE_INDEX_VERSION);
+    bool every_index = index_per_language(file->version());
     int written = every_index ? count_ : (count_ > 0 ? 1 : 0);
     for (int i = 0; i < written; ++i) {
         LocalizedIndex* index = Load(i);
@@ -265,35 +267,35 @@ bool LocalizedLanguages::Write(TaggedFile* file) {
     return true;
 }
 
+int64_t LocalizedLanguages::WrittenSize(int version, int* sections) const {
+    const int written = index_per_language(version) ? count_ : (count_ > 0 ? 1 : 0);
+    int64_t size = TABLE_HEADER_SIZE + BUCKET_RECORD_SIZE * static_cast<int64_t>(bucket_entries_) +
+                   LANGUAGE_RECORD_SIZE * static_cast<int64_t>(count_);
+    for (int i = 0; i < written; ++i) {
+        if (languages_[i].index != nullptr) size += languages_[i].index->WrittenSize();
+    }
+    *sections = 1 + written;
+    return size;
+}
+
 // ---- reading ----
 
 bool LocalizedLanguages::Read() {
     assert(file_ != nullptr);
-    unsigned char header[HEADER_SIZE];
-    if (!file_->Section_Read_Start(TAG_LOCL) ||
-        file_->Section_Read(header, HEADER_SIZE) != HEADER_SIZE) {
+    if (!file_->Section_Read_Start(TAG_LOCL)) {
         Error(file_->error());
         return false;
     }
     TableHeader table;
-    String invalid;
-    if (!check_table_header(header, "localized_language_header", "index_count",
-                            MAX_LANGUAGE_COUNT_LOOSE, MAX_LANGUAGE_COUNT, &table, &invalid)) {
-        Error(invalid);
+    BucketArray buckets;
+    String reason;
+    if (!read_table_start(file_, SHAPE, &table, &buckets, &reason)) {
+        Error(reason);
         return false;
     }
     uint32_t bucket_count = table.bucket_count;
     uint32_t bucket_bits = table.bucket_bits;
     uint32_t index_count = table.count;
-    int bucket_entries = table.bucket_entries;
-
-    BucketArray buckets;
-    String reason;
-    if (!read_bucket_records(file_, bucket_entries, bucket_count,
-                             "localized_language_bucket.index out of range", &buckets, &reason)) {
-        Error(reason);
-        return false;
-    }
 
     int count = static_cast<int>(index_count);
     std::vector<unsigned char> language_records;

@@ -56,6 +56,9 @@ class LocalizedLanguages {
 
     // Writes "locl" and the index sections; the file's header version selects their tags.
     bool Write(TaggedFile* file);
+    // The bytes Write sends for a file of 'version', its index sections included, and in
+    // 'sections' how many sections they make.
+    int64_t WrittenSize(int version, int* sections) const;
     // Replaces the table with the "locl" section of its own file; indexes load on first use.
     bool Read();
 

@@ -120,6 +120,14 @@ bool SegmentManager::Write(TaggedFile* file) {
     return true;
 }
 
+int64_t SegmentManager::WrittenSize() const {
+    int64_t size = SEGMENT_LIST_HEADER_SIZE + SEGMENT_HEADER_SIZE * static_cast<int64_t>(count_);
+    for (int i = 0; i < count_; i++) {
+        if (segments_[i] != nullptr) size += segments_[i]->length();
+    }
+    return size;
+}
+
 bool SegmentManager::Read(TaggedFile* file) {
     unsigned char list_header[SEGMENT_LIST_HEADER_SIZE];
     if (file->Section_Read(TAG_SEGS, 0, list_header, SEGMENT_LIST_HEADER_SIZE) !=

@@ -29,6 +29,8 @@ class SegmentManager {
 
     // Writes or reads the section "segs"; false with the reason behind error().
     bool Write(TaggedFile* file);
+    // The bytes Write sends.
+    int64_t WrittenSize() const;
     // A failed read leaves the old segments as they were.
     bool Read(TaggedFile* file);
 

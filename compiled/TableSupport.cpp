@@ -18,11 +18,9 @@ String out_of_range(const char* header_name, const char* field) {
     return message;
 }
 
-}  // namespace
-
-bool check_table_header(const unsigned char* header, const char* header_name,
-                        const char* count_field, uint32_t count_loose, uint32_t count_tight,
-                        TableHeader* table, String* error) {
+bool check_table_header(const unsigned char* header, const TableShape& shape, TableHeader* table,
+                        String* error) {
+    const char* header_name = shape.header_name;
     table->bucket_bits = get_u8(header + 2);
     if (table->bucket_bits > MAX_BUCKET_BITS) {
         *error = out_of_range(header_name, "bucket_bits");
@@ -34,8 +32,8 @@ bool check_table_header(const unsigned char* header, const char* header_name,
         return false;
     }
     table->count = get_u32(header + 3);
-    if (table->count > count_loose || table->count > count_tight) {
-        *error = out_of_range(header_name, count_field);
+    if (table->count > shape.count_loose || table->count > shape.count_tight) {
+        *error = out_of_range(header_name, shape.count_field);
         return false;
     }
     table->bucket_entries = get_s16(header);
@@ -43,23 +41,11 @@ bool check_table_header(const unsigned char* header, const char* header_name,
         *error = out_of_range(header_name, "bucket_entries");
         return false;
     }
-    return true;
-}
-
-std::vector<unsigned char> encode_bucket_records(const BucketArray& buckets, int bucket_count,
-                                                 int limit, int* records) {
-    std::vector<unsigned char> bytes(static_cast<size_t>(BUCKET_RECORD_SIZE) *
-                                     static_cast<size_t>(limit > 0 ? limit : 0));
-    int record = 0;
-    for (int b = 0; b < bucket_count && record < limit; ++b) {
-        if (buckets.Head(b) == -1) continue;
-        unsigned char* at = bytes.data() + static_cast<size_t>(BUCKET_RECORD_SIZE) * record;
-        put_u16(at, static_cast<uint32_t>(b));
-        put_u32(at + 2, static_cast<uint32_t>(buckets.Head(b)));
-        ++record;
+    if (table->count > shape.count_records) {
+        *error = out_of_range(header_name, shape.count_field);
+        return false;
     }
-    *records = record;
-    return bytes;
+    return true;
 }
 
 bool read_bucket_records(TaggedFile* file, int entries, uint32_t bucket_count,
@@ -80,4 +66,42 @@ bool read_bucket_records(TaggedFile* file, int entries, uint32_t bucket_count,
         buckets->SetHead(bucket, get_s32(record + 2));
     }
     return true;
+}
+
+}  // namespace
+
+std::vector<unsigned char> encode_bucket_records(const BucketArray& buckets, int bucket_count,
+                                                 int limit, int* records) {
+    std::vector<unsigned char> bytes(static_cast<size_t>(BUCKET_RECORD_SIZE) *
+                                     static_cast<size_t>(limit > 0 ? limit : 0));
+    int record = 0;
+    for (int b = 0; b < bucket_count && record < limit; ++b) {
+        if (buckets.Head(b) == -1) continue;
+        unsigned char* at = bytes.data() + static_cast<size_t>(BUCKET_RECORD_SIZE) * record;
+        put_u16(at, static_cast<uint32_t>(b));
+        put_u32(at + 2, static_cast<uint32_t>(buckets.Head(b)));
+        ++record;
+    }
+    *records = record;
+    return bytes;
+}
+
+bool read_table_start(TaggedFile* file, const TableShape& shape, TableHeader* table,
+                      BucketArray* buckets, String* error) {
+    // No table's header is longer than this.
+    unsigned char header[16];
+    if (shape.header_size > static_cast<int>(sizeof header) ||
+        file->Section_Read(header, shape.header_size) != shape.header_size) {
+        *error = file->error();
+        return false;
+    }
+    return check_table_header(header, shape, table, error) &&
+           read_bucket_records(file, table->bucket_entries, table->bucket_count, shape.bad_bucket,
+                               buckets, error);
+}
+
+void SectionWriter::Write(const void* bytes, int size) {
+    if (!ok_ || size <= 0) return;
+    ok_ = file_->Section_Write(bytes, size) == size;
+    if (ok_) written_ += size;
 }

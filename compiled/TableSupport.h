@@ -101,6 +101,9 @@ class BucketArray {
     std::vector<Pair> pairs_;
 };
 
+// Bytes of the header that every hashed table starts with.
+constexpr int TABLE_HEADER_SIZE = 7;
+
 // The header that every hashed table starts with: the count of bucket records (16 bits, read
 // as signed), the bucket bits (8) and the count of entries (32).
 struct TableHeader {
@@ -110,13 +113,44 @@ struct TableHeader {
     uint32_t count;
 };
 
-// Checks a table header in the loader's order: bucket bits, the bucket count they make, the
-// entry count against a loose and a tight bound (reported alike), the bucket record count.
-// False with the failed field's message in 'error', named after 'header_name' and
-// 'count_field'.
-bool check_table_header(const unsigned char* header, const char* header_name,
-                        const char* count_field, uint32_t count_loose, uint32_t count_tight,
-                        TableHeader* table, String* error);
+// What the reader of one kind of hashed table checks its header against: the names its
+// messages use and the bounds of its entry count.
+struct TableShape {
+    const char* header_name;  // e.g. "variable_hash_header"
+    const char* count_field;  // e.g. "variable_count"
+    const char* bad_bucket;   // the whole message for a bucket record outside the table
+    // The entry count is held to a loose and a tight bound, reported alike, before the bucket
+    // record count is looked at, and to 'count_records' after it.
+    uint32_t count_loose;
+    uint32_t count_tight;
+    uint32_t count_records;
+    // Bytes of the header: TABLE_HEADER_SIZE, or more for a table whose header goes on.
+    int header_size;
+};
+
+// Opens the hashed table at the read position of the current section: reads its header and
+// checks it in the loader's order (bucket bits, the bucket count they make, the entry count,
+// the bucket record count), then reads its bucket records into 'buckets'. False with the reason
+// in 'error': the file's own text when the bytes are cut short, else the failed field's message.
+bool read_table_start(TaggedFile* file, const TableShape& shape, TableHeader* table,
+                      BucketArray* buckets, String* error);
+
+// The pieces of one section's bytes, sent to the file in order. It stops at the first piece
+// that fails, whose reason stays behind the file's error(), and counts the bytes it sent, which
+// the section's own reckoning of its size must match.
+class SectionWriter {
+  public:
+    explicit SectionWriter(TaggedFile* file) : file_(file) {}
+    // Sends 'size' bytes unless an earlier piece failed; an empty piece sends nothing.
+    void Write(const void* bytes, int size);
+    bool ok() const { return ok_; }
+    int64_t written() const { return written_; }
+
+  private:
+    TaggedFile* file_;
+    bool ok_ = true;
+    int64_t written_ = 0;
+};
 
 // A new array of 'count' chain links, each -1 (the end of a chain).
 inline int* new_links(int count) {
@@ -153,11 +187,5 @@ constexpr int BUCKET_RECORD_SIZE = 6;
 // 'records'.
 std::vector<unsigned char> encode_bucket_records(const BucketArray& buckets, int bucket_count,
                                                  int limit, int* records);
-
-// Reads 'entries' bucket records from the section being read into 'buckets'. False with the
-// reason in 'error': the file's own text when the records are cut short, or 'bad_index' when a
-// record names a bucket outside the table's 'bucket_count'.
-bool read_bucket_records(TaggedFile* file, int entries, uint32_t bucket_count,
-                         const char* bad_index, BucketArray* buckets, String* error);
 
 #endif

@@ -41,6 +41,9 @@ constexpr int TF_VERSION_DEFAULT = TF_VERSION_OLDEST;
 // The last version whose file holds a single localization index (tag 0), that of the first
 // language; later versions hold one index per language, tagged by tag_language_index.
 constexpr int LAST_SINGLE_INDEX_VERSION = 0x10007;
+inline bool index_per_language(int version) {
+    return static_cast<uint32_t>(version) > static_cast<uint32_t>(LAST_SINGLE_INDEX_VERSION);
+}
 constexpr int TF_HEADER_SIZE = 32;
 constexpr int TF_IDENTIFIER_SIZE = 16;
 constexpr int TF_DIRECTORY_ENTRY_SIZE = 12;

@@ -20,7 +20,6 @@
 
 namespace {
 
-constexpr int HEADER_SIZE = 7;
 constexpr int VARIABLE_RECORD_SIZE = 8;
 
 // Read limits. The bucket count and the variable count must keep every array size within 31
@@ -28,6 +27,10 @@ constexpr int VARIABLE_RECORD_SIZE = 8;
 // alike, and the tighter one is in force.
 constexpr uint32_t MAX_VARIABLE_COUNT_LOOSE = 0x1FFFFFFF;
 constexpr uint32_t MAX_VARIABLE_COUNT = 0x7FFFFFF;
+const TableShape SHAPE = {
+    "variable_hash_header",   "variable_count",   "variable_hash_bucket.index out of range",
+    MAX_VARIABLE_COUNT_LOOSE, MAX_VARIABLE_COUNT, UINT32_MAX,
+    TABLE_HEADER_SIZE};
 // Entries first allocated for a table; they double as the table fills, up to its capacity.
 constexpr int VARIABLE_HASH_FIRST_ALLOCATION = 8;
 
@@ -351,7 +354,7 @@ int VariableHash::Write(TaggedFile* file, int tag) {
 // Only non-empty buckets have a record, in ascending bucket number. Bucket numbers are 16 bits,
 // so a table that is written has at most 15 bucket bits.
 int VariableHash::Write(TaggedFile* file) {
-    unsigned char header[HEADER_SIZE];
+    unsigned char header[TABLE_HEADER_SIZE];
     put_u16(header, static_cast<uint32_t>(bucket_entries_));
     put_u8(header + 2, static_cast<uint32_t>(bucket_bits_));
     put_u32(header + 3, static_cast<uint32_t>(count_));
@@ -369,15 +372,21 @@ int VariableHash::Write(TaggedFile* file) {
                 static_cast<uint32_t>(next_[i]));
     }
 
-    bool ok = true;
-    auto write = [&](const unsigned char* bytes, int size) {
-        if (ok && size > 0 && file->Section_Write(bytes, size) != size) ok = false;
-    };
-    write(header, HEADER_SIZE);
-    write(bucket_records.data(), BUCKET_RECORD_SIZE * bucket_entries_);
-    write(variable_records.data(), VARIABLE_RECORD_SIZE * count_);
-    if (!ok) Error(file->error());
-    return ok ? 1 : 0;
+    SectionWriter out(file);
+    out.Write(header, TABLE_HEADER_SIZE);
+    out.Write(bucket_records.data(), BUCKET_RECORD_SIZE * bucket_entries_);
+    out.Write(variable_records.data(), VARIABLE_RECORD_SIZE * count_);
+    if (!out.ok()) {
+        Error(file->error());
+        return 0;
+    }
+    assert(out.written() == WrittenSize());
+    return 1;
+}
+
+int64_t VariableHash::WrittenSize() const {
+    return TABLE_HEADER_SIZE + BUCKET_RECORD_SIZE * static_cast<int64_t>(bucket_entries_) +
+           VARIABLE_RECORD_SIZE * static_cast<int64_t>(count_);
 }
 
 // ---- reading ----
@@ -395,30 +404,16 @@ int VariableHash::Read(TaggedFile* file, int tag) {
 // Reads the section body written above. The checks run in a fixed order, each naming its field;
 // nothing of the table changes until all of them passed.
 int VariableHash::Read(TaggedFile* file) {
-    unsigned char header[HEADER_SIZE];
-    if (file->Section_Read(header, HEADER_SIZE) != HEADER_SIZE) {
-        Error(file->error());
-        return 0;
-    }
     TableHeader table;
-    String invalid;
-    if (!check_table_header(header, "variable_hash_header", "variable_count",
-                            MAX_VARIABLE_COUNT_LOOSE, MAX_VARIABLE_COUNT, &table, &invalid)) {
-        Error(invalid);
+    BucketArray buckets;
+    String reason;
+    if (!read_table_start(file, SHAPE, &table, &buckets, &reason)) {
+        Error(reason);
         return 0;
     }
     uint32_t bucket_count = table.bucket_count;
     uint32_t bucket_bits = table.bucket_bits;
     uint32_t variable_count = table.count;
-    int bucket_entries = table.bucket_entries;
-
-    BucketArray buckets;
-    String reason;
-    if (!read_bucket_records(file, bucket_entries, bucket_count,
-                             "variable_hash_bucket.index out of range", &buckets, &reason)) {
-        Error(reason);
-        return 0;
-    }
 
     int count = static_cast<int>(variable_count);
     std::vector<unsigned char> variable_records;

@@ -59,6 +59,8 @@ class VariableHash {
     virtual int Write(TaggedFile* file, int tag);
     virtual int Read(TaggedFile* file);
     virtual int Write(TaggedFile* file);
+    // The bytes Write(file) sends: what the table adds to the size of a compiled file.
+    int64_t WrittenSize() const;
     virtual const String& error();
     virtual void Error(const String& text);
     virtual void Push();

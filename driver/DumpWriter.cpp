@@ -216,7 +216,7 @@ void DumpWriter::WriteIdents(std::string* out) {
 
 void DumpWriter::WriteLanguages(std::string* out) {
     LocalizedLanguages& languages = image_->languages();
-    bool single = image_->file().version() <= LAST_SINGLE_INDEX_VERSION;
+    bool single = !index_per_language(image_->file().version());
     DumpText::Append(out, "\nLanguages: %d (%u buckets)\n", languages.Entries(),
                      bucket_count(languages.bucket_bits()));
     for (int l = 0; l < languages.Entries(); ++l) {

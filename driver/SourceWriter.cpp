@@ -384,7 +384,7 @@ bool SourceWriter::Walk() {
 }
 
 bool SourceWriter::Trusted(int language) const {
-    return image_->file().version() > LAST_SINGLE_INDEX_VERSION || language == 0;
+    return index_per_language(image_->file().version()) || language == 0;
 }
 
 // One .localized line from the entry at '*index' on: its pieces (if any), the language code and
