@@ -1,6 +1,19 @@
 // Tagged container of a compiled Tarn Script file: a 32-byte header, sections back to back, and a
 // directory at the end that names each section by its tag. Section writers and readers go
 // through it; they never touch the file themselves.
+//
+// Adding a section type touches these places, and no others:
+//   1. its tag below (TAG_...);
+//   2. its class in compiled/: Write (through SectionWriter), Read, and WrittenSize, which
+//      must count exactly the bytes Write sends; its counts and their bounds, if the loader
+//      bounds them, in compiled/FormatLimits;
+//   3. assembler/AssemblerParser.cpp: the section's place in Write's chain, and its
+//      WrittenSize and its directory entry in Counts;
+//   4. driver/CompiledImage: its place in LOAD_ORDER and its case in ReadSection (the fuzz
+//      targets and tndump follow that list);
+//   5. driver/DumpWriter.cpp and driver/SourceWriter.cpp: how tndump shows it and writes it
+//      back as source;
+//   6. the README's table of the compiled file, and the golden files under tests/golden.
 #ifndef TARN_COMPILED_TAGGEDFILE_H
 #define TARN_COMPILED_TAGGEDFILE_H
 

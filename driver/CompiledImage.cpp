@@ -28,6 +28,14 @@ CompiledImage::CompiledImage(TarnApplication* application, FileManager* files)
 CompiledImage::~CompiledImage() {}
 
 bool CompiledImage::Load(const char* path) {
+    if (!Open(path)) return false;
+    for (int tag : LOAD_ORDER) {
+        if (!ReadSection(tag)) return false;
+    }
+    return true;
+}
+
+bool CompiledImage::Open(const char* path) {
     File* opened = files_->Open(path, FILE_MODE_READ);
     if (opened == nullptr) {
         String message("Unable to open '");
@@ -56,10 +64,35 @@ bool CompiledImage::Load(const char* path) {
         delete opened;
         return Fail(file_.error());
     }
-    if (!dictionary_.Read(&file_)) return Fail(dictionary_.error());
-    if (!globals_.Read(&file_, TAG_GLBL)) return Fail(globals_.error());
-    if (!systems_.Read(&file_, TAG_SYST)) return Fail(systems_.error());
-    if (!functions_.Read(&file_)) return Fail(functions_.error());
+    return true;
+}
+
+// A section type the image does not read yet fails with an empty message.
+bool CompiledImage::ReadSection(int tag) {
+    error_ = String();
+    switch (tag) {
+        case TAG_DICT:
+            return dictionary_.Read(&file_) || Fail(dictionary_.error());
+        case TAG_GLBL:
+            return globals_.Read(&file_, TAG_GLBL) || Fail(globals_.error());
+        case TAG_SYST:
+            return systems_.Read(&file_, TAG_SYST) || Fail(systems_.error());
+        case TAG_FUNC:
+            return functions_.Read(&file_) || Fail(functions_.error());
+        case TAG_SEGS:
+            return ReadSegments();
+        case TAG_IDNT:
+            return ReadIdents();
+        case TAG_LOCL:
+            return LoadLanguages();
+        case TAG_LOCD:
+            return localized_.Read(&file_) || Fail(localized_.error());
+        default:
+            return false;
+    }
+}
+
+bool CompiledImage::ReadSegments() {
     if (!segments_.Read(&file_)) return Fail(segments_.error());
     // The first function with a body in a segment owns it; segment 0 is the top level's.
     segment_functions_.assign(static_cast<size_t>(segments_.count()), nullptr);
@@ -70,15 +103,15 @@ bool CompiledImage::Load(const char* path) {
             segment < segments_.count())
             segment_functions_[static_cast<size_t>(segment)] = function;
     }
+    return true;
+}
 
+bool CompiledImage::ReadIdents() {
     IdentList idents;
     if (!idents.Read(&file_)) return Fail(idents.error());
     int length = 0;
     for (const char* text = idents.Entry(&length); text != nullptr; text = idents.Entry(&length))
         idents_.emplace_back(text, static_cast<size_t>(length));
-
-    if (!LoadLanguages()) return false;
-    if (!localized_.Read(&file_)) return Fail(localized_.error());
     return true;
 }
 

@@ -28,10 +28,20 @@ class CompiledImage {
     CompiledImage(const CompiledImage&) = delete;
     CompiledImage& operator=(const CompiledImage&) = delete;
 
-    // Opens 'path' and reads it as the loader does: header and directory, "dict", "glbl",
-    // "syst", "func", "segs", "idnt", "locl" with the index of each language, "locd". Stops at
-    // the first failure with that reader's own message behind error(). Meant to be called once.
+    // The sections in the order the loader reads them; "locl" brings the index of each
+    // language. Everything that reads a whole file goes through this list.
+    static constexpr int LOAD_ORDER[] = {TAG_DICT, TAG_GLBL, TAG_SYST, TAG_FUNC,
+                                         TAG_SEGS, TAG_IDNT, TAG_LOCL, TAG_LOCD};
+
+    // Opens 'path' and reads it as the loader does: Open, then every section of LOAD_ORDER.
+    // Stops at the first failure with that reader's own message behind error(). Meant to be
+    // called once.
     bool Load(const char* path);
+    // The first step of Load: the whole file, then the container's header and directory.
+    bool Open(const char* path);
+    // Reads section 'tag' of LOAD_ORDER through its reader; false with the reader's message
+    // behind error(). The sections before it in the order must have been read first.
+    bool ReadSection(int tag);
     const String& error() const { return error_; }
 
     // The whole file as it lies on disk, read before the readers start.
@@ -57,6 +67,8 @@ class CompiledImage {
   private:
     bool Fail(const String& message);
     bool ReadBytes(File* file);
+    bool ReadSegments();
+    bool ReadIdents();
     bool LoadLanguages();
 
     FileManager* files_;

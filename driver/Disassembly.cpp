@@ -101,16 +101,6 @@ bool Disassembly::IsBoundary(long long target) const {
     return found != instructions_.end() && found->position == target && !found->truncated;
 }
 
-bool Disassembly::TargetsValid() const {
-    for (const DecodedInstruction& instruction : instructions_) {
-        for (int o = 0; o < instruction.operand_count; ++o) {
-            const DecodedOperand& operand = instruction.operands[o];
-            if (operand.kind == OPERAND_LABEL && !IsBoundary(operand.target)) return false;
-        }
-    }
-    return true;
-}
-
 const OpcodeEntry* Disassembly::Entry(unsigned code) {
     for (int slot = 0; slot <= OpcodeLookup::LAST_SLOT; ++slot) {
         if (OpcodeLookup::opcodes[slot].code == code && OpcodeLookup::opcodes[slot].name_length > 0)

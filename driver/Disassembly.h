@@ -47,8 +47,6 @@ class Disassembly {
     int Label(int position) const;
     // Whether 'target' is where an instruction starts, or the end of the segment.
     bool IsBoundary(long long target) const;
-    // Whether every label operand lands on a boundary.
-    bool TargetsValid() const;
 
     // The mnemonic table row of instruction code 'code', or null.
     static const OpcodeEntry* Entry(unsigned code);

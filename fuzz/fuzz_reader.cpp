@@ -1,15 +1,13 @@
 // Fuzz target: any bytes as a compiled file. First every reader on the loader's path (header
-// and directory, "dict", "glbl", "syst", "func", "segs", "idnt", "locl" with each language's
-// index, "locd") and the lookups a loader makes on what was read; then tndump over the same
-// bytes in each of its modes (readable dump, segment listing, source). A reader that refuses
-// the bytes must say why, tndump ends in status 0 without a report or 1 with exactly one, and
-// nothing may crash, hang or leak.
+// and directory, then the sections in CompiledImage's load order) and the lookups a loader
+// makes on what was read; then tndump over the same bytes in each of its modes (readable dump,
+// segment listing, source). A reader that refuses the bytes must say why, tndump ends in status 0
+// without a report or 1 with exactly one, and nothing may crash, hang or leak.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <vector>
 
-#include "compiled/TaggedFile.h"
 #include "fuzz/LoadCompiled.h"
 #include "tests/support/MemoryApplication.h"
 
@@ -18,10 +16,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     {
         MemoryAssemblerApplication application({"tnasm"});
         application.files.Put("in.tnc", bytes);
-        TaggedFile file(&application.files);
-        const bool opened = file.Open("in.tnc", FILE_MODE_READ);
-        if (!opened && file.error().length() == 0) std::abort();
-        if (opened) (void)load_compiled(&file, &application, false);
+        CompiledImage image(&application, &application.files);
+        const bool opened = image.Open("in.tnc");
+        if (!opened && image.error().length() == 0) std::abort();
+        if (opened) (void)load_compiled(&image, false);
     }
     for (const char* mode : {"", "--listing", "--source"}) {
         std::vector<std::string> words = {"tndump"};
