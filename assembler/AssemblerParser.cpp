@@ -277,37 +277,13 @@ int AssemblerParser::ProcessString(const char* identifier, int identifier_length
     return 0;
 }
 
-// Splits the text into pieces, scanning from its last byte to its first so that each piece
-// can point to the one on its right: literal runs (kind 1) and variable names between two
-// '%' signs (kind 0). "%%" stands for one literal '%'. An unmatched '%' drops the text before
-// it, and a NUL byte ends the search for '%' signs; both are kept as the runtime's loader
-// expects them.
+// The pieces are added from the last to the first, so that each can point to the one on its
+// right.
 int AssemblerParser::ProcessLocalized(const char* text, int length, int* head) {
     int next = -1;
-    int piece_end = length - 1;  // last byte of the pending piece
-    bool inside = false;
-    for (int i = length - 1; i >= 0 && text[i] != '\0'; --i) {
-        if (text[i] != '%') continue;
-        if (!inside) {
-            if (piece_end > i) {
-                next = AddLocalizedPiece(LOCALIZED_TEXT, text + i + 1, piece_end - i, next);
-            }
-            piece_end = i;
-            inside = true;
-        } else {
-            if (i == piece_end - 1) {
-                // "%%": this '%' joins the literal to its left.
-                piece_end = i;
-            } else {
-                next = AddLocalizedPiece(LOCALIZED_VARIABLE, text + i + 1, piece_end - i - 1, next);
-                piece_end = i - 1;
-            }
-            inside = false;
-        }
-    }
-    if (!inside && piece_end >= 0) {
-        next = AddLocalizedPiece(LOCALIZED_TEXT, text, piece_end + 1, next);
-    }
+    split_localized(text, length, [&](int type, const char* piece, int piece_length) {
+        next = AddLocalizedPiece(type, piece, piece_length, next);
+    });
     *head = next;
     return 0;
 }

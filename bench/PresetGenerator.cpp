@@ -5,6 +5,8 @@
 
 #include <cstring>
 
+#include "driver/DumpText.h"
+
 namespace {
 
 // Sizes of the issue's reference sources: about 1 MB, 20 MB and 100 MB of code, and two pools
@@ -46,20 +48,8 @@ void PresetGenerator::Line(const std::string& text) {
     counts_.lines++;
 }
 
-// Printable bytes stand as they are; a quote, a backslash and every other byte become the
-// tokenizer's two-digit escape.
 std::string PresetGenerator::Quote(const std::string& text) {
-    std::string quoted = "\"";
-    for (unsigned char c : text) {
-        if (c >= 0x20 && c < 0x7F && c != '"' && c != '\\') {
-            quoted += static_cast<char>(c);
-        } else {
-            char escape[4];
-            std::snprintf(escape, sizeof escape, "\\%02x", c);
-            quoted += escape;
-        }
-    }
-    return quoted + "\"";
+    return DumpText::Quote(text.data(), static_cast<int>(text.size()));
 }
 
 void PresetGenerator::Strings(int count) {

@@ -13,6 +13,36 @@ class TaggedFile;
 constexpr int LOCALIZED_VARIABLE = 0;
 constexpr int LOCALIZED_TEXT = 1;
 
+// Splits a localized text into its pieces, scanning from its last byte to its first so that
+// each piece can point to the one on its right: literal runs and variable names between two
+// '%' signs. "%%" stands for one literal '%', the last byte of the literal to its left. An
+// unmatched '%' drops the text before it, and a zero byte ends the search for '%' signs; both
+// are kept as the runtime's loader expects them. Calls 'piece(type, start, length)' for each
+// piece, from the last to the first.
+template <class PieceSink>
+void split_localized(const char* text, int length, PieceSink piece) {
+    int piece_end = length - 1;  // last byte of the pending piece
+    bool inside = false;
+    for (int i = length - 1; i >= 0 && text[i] != '\0'; --i) {
+        if (text[i] != '%') continue;
+        if (!inside) {
+            if (piece_end > i) piece(LOCALIZED_TEXT, text + i + 1, piece_end - i);
+            piece_end = i;
+            inside = true;
+        } else {
+            if (i == piece_end - 1) {
+                // "%%": this '%' joins the literal to its left.
+                piece_end = i;
+            } else {
+                piece(LOCALIZED_VARIABLE, text + i + 1, piece_end - i - 1);
+                piece_end = i - 1;
+            }
+            inside = false;
+        }
+    }
+    if (!inside && piece_end >= 0) piece(LOCALIZED_TEXT, text, piece_end + 1);
+}
+
 // The entry array grows by this many pieces when full (and starts at it).
 constexpr int LOCALIZED_DICTIONARY_GROWTH = 128;
 

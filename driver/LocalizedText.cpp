@@ -52,35 +52,10 @@ bool LocalizedText::Written(const std::vector<LocalizedPiece>& pieces, std::stri
 
 std::vector<LocalizedPiece> LocalizedText::Split(const std::string& text) {
     std::vector<LocalizedPiece> pieces;
-    int length = static_cast<int>(text.size());
-    int piece_end = length - 1;
-    bool inside = false;
-    for (int i = length - 1; i >= 0 && text[static_cast<size_t>(i)] != '\0'; --i) {
-        if (text[static_cast<size_t>(i)] != '%') continue;
-        if (!inside) {
-            if (piece_end > i) {
-                pieces.push_back(LocalizedPiece{
-                    LOCALIZED_TEXT,
-                    text.substr(static_cast<size_t>(i + 1), static_cast<size_t>(piece_end - i))});
-            }
-            piece_end = i;
-            inside = true;
-        } else {
-            if (i != piece_end - 1) {
-                pieces.push_back(LocalizedPiece{
-                    LOCALIZED_VARIABLE, text.substr(static_cast<size_t>(i + 1),
-                                                    static_cast<size_t>(piece_end - i - 1))});
-                piece_end = i - 1;
-            } else {
-                piece_end = i;
-            }
-            inside = false;
-        }
-    }
-    if (!inside && piece_end >= 0) {
-        pieces.push_back(
-            LocalizedPiece{LOCALIZED_TEXT, text.substr(0, static_cast<size_t>(piece_end + 1))});
-    }
+    split_localized(
+        text.data(), static_cast<int>(text.size()), [&](int type, const char* piece, int length) {
+            pieces.push_back(LocalizedPiece{type, std::string(piece, static_cast<size_t>(length))});
+        });
     std::reverse(pieces.begin(), pieces.end());
     return pieces;
 }

@@ -27,9 +27,7 @@ class LocalizedText {
     // A text that the assembler splits into exactly 'pieces', or false when there is none (two
     // literal pieces in a row, a '%' inside a literal, an empty or '%'-holding variable name).
     static bool Written(const std::vector<LocalizedPiece>& pieces, std::string* text);
-    // The pieces the assembler makes of 'text', in reading order: scanned from the last byte to
-    // the first, stopping at a zero byte; "%%" is one '%' of the literal to its left, and the
-    // text before an unmatched '%' is dropped.
+    // The pieces the assembler makes of 'text' (split_localized), in reading order.
     static std::vector<LocalizedPiece> Split(const std::string& text);
 };
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "assembler/OpcodeLookup.h"
+#include "driver/DumpText.h"
 
 namespace {
 
@@ -81,21 +82,8 @@ std::string Generator::Text(int min_length, int max_length) {
     return text;
 }
 
-// Printable bytes stand as they are; a quote, a backslash and every other byte become a
-// two-digit lower-case escape, the only escape form the tokenizer knows.
 std::string Generator::Quote(const std::string& text) {
-    std::string quoted = "\"";
-    for (unsigned char c : text) {
-        if (c >= 0x20 && c < 0x7F && c != '"' && c != '\\') {
-            quoted += static_cast<char>(c);
-        } else {
-            char escape[4];
-            std::snprintf(escape, sizeof escape, "\\%02x", c);
-            quoted += escape;
-        }
-    }
-    quoted += '"';
-    return quoted;
+    return DumpText::Quote(text.data(), static_cast<int>(text.size()));
 }
 
 std::string Generator::Integer() {
