@@ -63,6 +63,11 @@ foreach(program tnasm tndump)
   endif()
 endforeach()
 
+# The language server goes beside tnasm, where the editor files look for it.
+if(TARGET tnasm-lsp)
+  install(TARGETS tnasm-lsp RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT programs)
+endif()
+
 install(FILES ${PROJECT_SOURCE_DIR}/editors/tnasm.vim
   DESTINATION ${CMAKE_INSTALL_DATADIR}/vim/vimfiles/syntax COMPONENT programs)
 install(FILES ${PROJECT_SOURCE_DIR}/editors/ftdetect/tnasm.vim

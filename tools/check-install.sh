@@ -50,6 +50,9 @@ for p in $PROGRAMS; do
   [ -n "$version" ] || fail "installed $p --version printed nothing"
 done
 [ "$("$PREFIX/bin/tnasm" --version)" = "5.52" ] || fail "installed tnasm --version is not 5.52"
+if [ -x "$BUILD/tnasm-lsp" ]; then
+  [ -x "$PREFIX/bin/tnasm-lsp" ] || fail "not installed: bin/tnasm-lsp"
+fi
 
 # ---- man pages and completions ----
 step "man pages render without warnings; completions load"

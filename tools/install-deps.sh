@@ -17,7 +17,8 @@ apt_update_once() {
 }
 
 # Tools that the image usually has; installed only when missing.
-NEEDED="g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev clang valgrind dpkg-dev groff-base file"
+# nlohmann-json3-dev: the language server's JSON; neovim: its smoke test with a real editor.
+NEEDED="g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev clang valgrind dpkg-dev groff-base file nlohmann-json3-dev neovim"
 MISSING=""
 for p in $NEEDED; do have_pkg "$p" || MISSING="$MISSING $p"; done
 if [ -n "$MISSING" ]; then
