@@ -57,7 +57,11 @@ constexpr int ITEM_OPERATOR = 24;
 constexpr int INCREMENTAL_SYNC = 2;
 constexpr int SEVERITY_ERROR = 1;
 
-const char* const VERSION = "5.52";
+// The build passes the project's version on, as it does for --version.
+#ifndef TNASM_VERSION
+#error "TNASM_VERSION must be defined by the build"
+#endif
+const char* const VERSION = TNASM_VERSION;
 
 // Directive names, with whether they may only stand inside a function.
 const std::pair<const char*, bool> DIRECTIVES[] = {
