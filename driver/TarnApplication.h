@@ -1,5 +1,6 @@
 // Root of the application classes: the process-wide settings, the one error channel every
-// component reports through, number and decimal conversions, and the runtime's text encoders.
+// component reports through, the number and decimal conversions under the runtime's names, and
+// the runtime's text encoders.
 #ifndef TARN_DRIVER_TARNAPPLICATION_H
 #define TARN_DRIVER_TARNAPPLICATION_H
 
@@ -7,11 +8,8 @@
 
 #include <mpdecimal.h>
 
+#include "foundation/Conversions.h"
 #include "foundation/String.h"
-
-// The program-wide decimal context (IEEE 754 decimal64). main sets it up before anything else;
-// every decimal conversion and value works in it.
-extern mpd_context_t Tarn_MPD_Context;
 
 class CommerceManager;
 class DatabaseManager;
@@ -146,28 +144,32 @@ class TarnApplication {
     // The file system path of 'path' in the directory of 'type' into 'result'; 0 on success.
     virtual int ResolvePath(Tarn_PathType type, const char* path, String* result) = 0;
 
-    // ---- conversions ----
-    // Results are allocated with array new and owned by the caller; 'length' and 'size' receive
-    // the text's length and the allocated size when given. Bad text sets '*error' to 1 and gives
-    // 0; a 'length' of -1 means NUL-terminated.
-    static int stoi(const char* text, int length = -1, int* error = nullptr);
-    // 'buffer_size' is how many bytes may be read at 'text' (-1: unknown), so the byte behind a
-    // counted text is looked at only when it lies inside the buffer.
+    // ---- conversions (foundation/Conversions, under the names the runtime's code calls) ----
+    static int stoi(const char* text, int length = -1, int* error = nullptr) {
+        return ::stoi(text, length, error);
+    }
     static double stod(const char* text, int length = -1, int buffer_size = -1,
-                       int* error = nullptr);
-    static char* itos(int value, int* length = nullptr, int* size = nullptr);
-    static char* dtos(double value, int* length = nullptr, int* size = nullptr);
-    // Decimals are made with mpd_new in Tarn_MPD_Context and freed by the caller with mpd_del.
-    static mpd_t* stompd(const char* text, int length = -1, int* error = nullptr);
-    static mpd_t* itompd(int value);
-    static mpd_t* dtompd(double value);
-    static mpd_t* mpdtompd(const mpd_t* value);
-    // Truncates toward zero; NaN, infinities and values outside 32 bits are errors.
-    static int mpdtoi(const mpd_t* value, int* error = nullptr);
-    static char* mpdtos(const mpd_t* value, int* length = nullptr, int* size = nullptr);
-    static double mpdtod(const mpd_t* value);
-    // Length of the text mpdtos gives for 'value'.
-    static int mpdsize(const mpd_t* value);
+                       int* error = nullptr) {
+        return ::stod(text, length, buffer_size, error);
+    }
+    static char* itos(int value, int* length = nullptr, int* size = nullptr) {
+        return ::itos(value, length, size);
+    }
+    static char* dtos(double value, int* length = nullptr, int* size = nullptr) {
+        return ::dtos(value, length, size);
+    }
+    static mpd_t* stompd(const char* text, int length = -1, int* error = nullptr) {
+        return ::stompd(text, length, error);
+    }
+    static mpd_t* itompd(int value) { return ::itompd(value); }
+    static mpd_t* dtompd(double value) { return ::dtompd(value); }
+    static mpd_t* mpdtompd(const mpd_t* value) { return ::mpdtompd(value); }
+    static int mpdtoi(const mpd_t* value, int* error = nullptr) { return ::mpdtoi(value, error); }
+    static char* mpdtos(const mpd_t* value, int* length = nullptr, int* size = nullptr) {
+        return ::mpdtos(value, length, size);
+    }
+    static double mpdtod(const mpd_t* value) { return ::mpdtod(value); }
+    static int mpdsize(const mpd_t* value) { return ::mpdsize(value); }
 
     // ---- text encoders ----
     // Results are NUL-terminated arrays owned by the caller; 'length' of -1 means strlen.

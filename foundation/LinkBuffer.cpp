@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "driver/TarnApplication.h"
+#include "foundation/Conversions.h"
 #include "platform/Output.h"
 #include "value/Variable.h"
 
@@ -118,14 +118,14 @@ void LinkBuffer::cat_hex(unsigned char byte) {
 void LinkBuffer::cat(int value) {
     int length = 0;
     int size = 0;
-    char* text = TarnApplication::itos(value, &length, &size);
+    char* text = itos(value, &length, &size);
     cat_nocopy(text, length, size);
 }
 
 void LinkBuffer::cat(double value) {
     int length = 0;
     int size = 0;
-    char* text = TarnApplication::dtos(value, &length, &size);
+    char* text = dtos(value, &length, &size);
     cat_nocopy(text, length, size);
 }
 
@@ -135,7 +135,7 @@ void LinkBuffer::cat(mpd_t* value) {
     }
     int length = 0;
     int size = 0;
-    char* text = TarnApplication::mpdtos(value, &length, &size);
+    char* text = mpdtos(value, &length, &size);
     cat_nocopy(text, length, size);
 }
 
@@ -202,14 +202,14 @@ void LinkBuffer::prepend_nocopy(char* data, int length, int capacity) {
 void LinkBuffer::prepend(int value) {
     int length = 0;
     int size = 0;
-    char* text = TarnApplication::itos(value, &length, &size);
+    char* text = itos(value, &length, &size);
     prepend_nocopy(text, length, size);
 }
 
 void LinkBuffer::prepend(double value) {
     int length = 0;
     int size = 0;
-    char* text = TarnApplication::dtos(value, &length, &size);
+    char* text = dtos(value, &length, &size);
     prepend_nocopy(text, length, size);
 }
 
@@ -219,7 +219,7 @@ void LinkBuffer::prepend(mpd_t* value) {
     }
     int length = 0;
     int size = 0;
-    char* text = TarnApplication::mpdtos(value, &length, &size);
+    char* text = mpdtos(value, &length, &size);
     prepend_nocopy(text, length, size);
 }
 

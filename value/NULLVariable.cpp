@@ -2,7 +2,7 @@
 // depth of elements.
 #include "value/NULLVariable.h"
 
-#include "driver/TarnApplication.h"
+#include "foundation/Conversions.h"
 
 NULLVariable::NULLVariable() : ImmutableVariable(nullptr, 0) {}
 

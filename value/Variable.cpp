@@ -5,7 +5,7 @@
 #include <climits>
 #include <cstring>
 
-#include "driver/TarnApplication.h"
+#include "foundation/Conversions.h"
 #include "foundation/List.h"
 #include "value/AggregateElement.h"
 #include "value/AggregateElementTree.h"
@@ -32,14 +32,14 @@ void adopt_text(String& to, String& from) {
 void integer_to_text(String& out, int value) {
     int length = 0;
     int size = 0;
-    char* digits = TarnApplication::itos(value, &length, &size);
+    char* digits = itos(value, &length, &size);
     out.assign_nocopy(digits, length, size);
 }
 
 void decimal_to_text(String& out, const mpd_t* value) {
     int length = 0;
     int size = 0;
-    char* digits = TarnApplication::mpdtos(value, &length, &size);
+    char* digits = mpdtos(value, &length, &size);
     if (digits == nullptr) {
         out.destroy();
     } else {
@@ -49,14 +49,14 @@ void decimal_to_text(String& out, const mpd_t* value) {
 
 bool text_to_integer(const String& text, int* out) {
     int error = 0;
-    *out = TarnApplication::stoi(text.c_str(), text.length(), &error);
+    *out = stoi(text.c_str(), text.length(), &error);
     return error == 0;
 }
 
 // A new decimal read from 'text', or null when the text is not a number.
 mpd_t* text_to_decimal(const String& text) {
     int error = 0;
-    mpd_t* value = TarnApplication::stompd(text.c_str(), text.length(), &error);
+    mpd_t* value = stompd(text.c_str(), text.length(), &error);
     if (error != 0 && value != nullptr) {
         mpd_del(value);
         value = nullptr;
@@ -66,14 +66,14 @@ mpd_t* text_to_decimal(const String& text) {
 
 bool decimal_to_integer(const mpd_t* value, int* out) {
     int error = 0;
-    *out = TarnApplication::mpdtoi(value, &error);
+    *out = mpdtoi(value, &error);
     return error == 0;
 }
 
 // A new decimal equal to 'value' (0 for null), in the program's decimal context.
 mpd_t* copy_decimal(const mpd_t* value) {
-    if (value == nullptr) return TarnApplication::itompd(0);
-    return TarnApplication::mpdtompd(value);
+    if (value == nullptr) return itompd(0);
+    return mpdtompd(value);
 }
 
 // True when 'text' is exactly the digits that 'value' prints as: no sign of its own, no
@@ -552,12 +552,12 @@ bool Variable::Convert_mpd() {
     mpd_t* decimal = nullptr;
     bool exact = true;
     if ((valid_ & VARIABLE_VALID_INTEGER) != 0) {
-        decimal = TarnApplication::itompd(integer_);
+        decimal = itompd(integer_);
     } else if ((valid_ & VARIABLE_VALID_TEXT) != 0) {
         decimal = text_to_decimal(text_);
         if (decimal == nullptr) {
             exact = false;
-            decimal = TarnApplication::itompd(0);
+            decimal = itompd(0);
         }
     } else {
         return false;

@@ -1,4 +1,4 @@
-// Text, integer, double and decimal conversions of the application base.
+// Text, integer, double and decimal conversions.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -8,7 +8,7 @@
 #include <random>
 #include <string>
 
-#include "driver/TarnApplication.h"
+#include "foundation/Conversions.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ std::string Take(char* text) {
 }
 
 std::string DecimalText(mpd_t* value) {
-    std::string s = Take(TarnApplication::mpdtos(value));
+    std::string s = Take(mpdtos(value));
     mpd_del(value);
     return s;
 }
@@ -57,7 +57,7 @@ TEST(Conversions, StoiTable) {
     };
     for (const Row& row : rows) {
         int error = -1;
-        EXPECT_EQ(TarnApplication::stoi(row.text, row.length, &error), row.expected) << row.text;
+        EXPECT_EQ(stoi(row.text, row.length, &error), row.expected) << row.text;
         EXPECT_EQ(error, row.error) << "'" << row.text << "' length " << row.length;
     }
 }
@@ -93,14 +93,14 @@ TEST(Conversions, StodTable) {
     };
     for (const Row& row : rows) {
         int error = -1;
-        double value = TarnApplication::stod(row.text, row.length, row.buffer_size, &error);
+        double value = stod(row.text, row.length, row.buffer_size, &error);
         EXPECT_EQ(value, row.expected) << row.text << " length " << row.length;
         EXPECT_EQ(error, row.error) << row.text << " length " << row.length;
     }
-    double nan = TarnApplication::stod("NaN", 3);
+    double nan = stod("NaN", 3);
     EXPECT_TRUE(std::isnan(nan));
     EXPECT_FALSE(std::signbit(nan));
-    double negative_nan = TarnApplication::stod("-nan", 4);
+    double negative_nan = stod("-nan", 4);
     EXPECT_TRUE(std::isnan(negative_nan));
     EXPECT_TRUE(std::signbit(negative_nan));
 }
@@ -112,7 +112,7 @@ TEST(Conversions, Itos) {
     } rows[] = {{0, "0"}, {-7, "-7"}, {2147483647, "2147483647"}, {INT32_MIN, "-2147483648"}};
     for (const Row& row : rows) {
         int length = 0, size = 0;
-        char* text = TarnApplication::itos(row.value, &length, &size);
+        char* text = itos(row.value, &length, &size);
         EXPECT_STREQ(text, row.text);
         EXPECT_EQ(length, static_cast<int>(std::strlen(row.text)));
         EXPECT_EQ(size, length + 1);
@@ -145,7 +145,7 @@ TEST(Conversions, DtosLayout) {
     };
     for (const Row& row : rows) {
         int length = 0, size = 0;
-        char* text = TarnApplication::dtos(row.value, &length, &size);
+        char* text = dtos(row.value, &length, &size);
         EXPECT_STREQ(text, row.text);
         EXPECT_EQ(length, static_cast<int>(std::strlen(row.text)));
         EXPECT_EQ(size, std::isfinite(row.value) ? length + 2 : 4) << row.text;
@@ -171,9 +171,9 @@ TEST(Conversions, DtosReadsBackBitForBit) {
             if (!std::isfinite(value)) continue;
         }
         int length = 0;
-        char* text = TarnApplication::dtos(value, &length);
+        char* text = dtos(value, &length);
         int error = -1;
-        double back = TarnApplication::stod(text, length, length + 1, &error);
+        double back = stod(text, length, length + 1, &error);
         EXPECT_EQ(error, 0) << text;
         EXPECT_EQ(std::memcmp(&back, &value, sizeof value), 0) << text;
         delete[] text;
@@ -202,7 +202,7 @@ TEST(Conversions, DecimalsFromText) {
     };
     for (const Row& row : rows) {
         int error = -1;
-        mpd_t* value = TarnApplication::stompd(row.text, row.length, &error);
+        mpd_t* value = stompd(row.text, row.length, &error);
         ASSERT_NE(value, nullptr);
         EXPECT_EQ(error, row.error) << row.text;
         EXPECT_EQ(DecimalText(value), row.printed) << row.text;
@@ -210,12 +210,11 @@ TEST(Conversions, DecimalsFromText) {
 }
 
 TEST(Conversions, DecimalsToAndFromNumbers) {
-    EXPECT_EQ(DecimalText(TarnApplication::itompd(INT32_MIN)), "-2147483648");
-    EXPECT_EQ(DecimalText(TarnApplication::dtompd(0.1)), "0.1");
-    EXPECT_EQ(DecimalText(TarnApplication::dtompd(-1e20)), "-100000000000000000000");
-    EXPECT_EQ(DecimalText(TarnApplication::dtompd(std::numeric_limits<double>::infinity())),
-              "Infinity");
-    EXPECT_EQ(DecimalText(TarnApplication::dtompd(std::nan(""))), "NaN");
+    EXPECT_EQ(DecimalText(itompd(INT32_MIN)), "-2147483648");
+    EXPECT_EQ(DecimalText(dtompd(0.1)), "0.1");
+    EXPECT_EQ(DecimalText(dtompd(-1e20)), "-100000000000000000000");
+    EXPECT_EQ(DecimalText(dtompd(std::numeric_limits<double>::infinity())), "Infinity");
+    EXPECT_EQ(DecimalText(dtompd(std::nan(""))), "NaN");
 
     struct Row {
         const char* text;
@@ -225,20 +224,20 @@ TEST(Conversions, DecimalsToAndFromNumbers) {
                 {"2147483648", 0, 1}, {"-2147483648", INT32_MIN, 0},
                 {"NaN", 0, 1},        {"1E+3", 1000, 0}};
     for (const Row& row : rows) {
-        mpd_t* value = TarnApplication::stompd(row.text);
+        mpd_t* value = stompd(row.text);
         int error = -1;
-        EXPECT_EQ(TarnApplication::mpdtoi(value, &error), row.expected) << row.text;
+        EXPECT_EQ(mpdtoi(value, &error), row.expected) << row.text;
         EXPECT_EQ(error, row.error) << row.text;
         mpd_del(value);
     }
 
-    mpd_t* value = TarnApplication::stompd("2.50");
-    mpd_t* copy = TarnApplication::mpdtompd(value);
+    mpd_t* value = stompd("2.50");
+    mpd_t* copy = mpdtompd(value);
     mpd_del(value);  // the copy stands alone
-    EXPECT_EQ(TarnApplication::mpdtod(copy), 2.5);
-    EXPECT_EQ(TarnApplication::mpdsize(copy), 3);
+    EXPECT_EQ(mpdtod(copy), 2.5);
+    EXPECT_EQ(mpdsize(copy), 3);
     mpd_del(copy);
-    mpd_t* negative_infinity = TarnApplication::stompd("-Inf");
-    EXPECT_EQ(TarnApplication::mpdtod(negative_infinity), -std::numeric_limits<double>::infinity());
+    mpd_t* negative_infinity = stompd("-Inf");
+    EXPECT_EQ(mpdtod(negative_infinity), -std::numeric_limits<double>::infinity());
     mpd_del(negative_infinity);
 }
