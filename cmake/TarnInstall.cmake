@@ -68,6 +68,12 @@ if(TARGET tnasm-lsp)
   install(TARGETS tnasm-lsp RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT programs)
 endif()
 
+# The schema of tndump --json, for the scripts that read its documents.
+if(TARGET tndump)
+  install(FILES ${PROJECT_SOURCE_DIR}/man/tndump.schema.json
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/tarn COMPONENT programs)
+endif()
+
 install(FILES ${PROJECT_SOURCE_DIR}/editors/tnasm.vim
   DESTINATION ${CMAKE_INSTALL_DATADIR}/vim/vimfiles/syntax COMPONENT programs)
 install(FILES ${PROJECT_SOURCE_DIR}/editors/ftdetect/tnasm.vim

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "driver/CompiledImage.h"
+#include "driver/DumpJson.h"
 #include "driver/DumpWriter.h"
 #include "driver/SourceCheckApplication.h"
 #include "driver/SourceWriter.h"
@@ -30,18 +31,14 @@ bool DumpApplication::CommandLine_Process_Option(char c, const char* value) {
     return Invalid_Option(c);
 }
 
-// The mode options replace each other: the last one given wins.
+// --listing and --source replace each other: the last one given wins. --json is refused beside
+// either (see SetMode).
 bool DumpApplication::CommandLine_Process_Option_Long(const char* name, const char* value) {
     (void)value;  // no long option takes one
     if (Process_Shared_Option(name)) return true;
-    if (is_option(name, "listing")) {
-        mode_ = DUMP_LISTING;
-        return true;
-    }
-    if (is_option(name, "source")) {
-        mode_ = DUMP_SOURCE;
-        return true;
-    }
+    if (is_option(name, "listing")) return SetMode(DUMP_LISTING, "listing");
+    if (is_option(name, "source")) return SetMode(DUMP_SOURCE, "source");
+    if (is_option(name, "json")) return SetMode(DUMP_JSON, "json");
     return Invalid_Option(name);
 }
 
@@ -78,6 +75,9 @@ bool DumpApplication::Print(CompiledImage* image, const char* path, std::string*
             return true;
         case DUMP_SOURCE:
             return Source(image, path, text);
+        case DUMP_JSON:
+            DumpJson(image, path).Write(text);
+            return true;
         default:
             dump.Write(text);
             return true;
@@ -120,6 +120,20 @@ bool DumpApplication::Source(CompiledImage* image, const char* path, std::string
     return true;
 }
 
+// A script that asks for JSON parses what it gets: silently printing a listing or a source
+// instead, because another option came later, would hand it text it cannot read.
+bool DumpApplication::SetMode(Mode mode, const char* name) {
+    if (mode_ != DUMP_READABLE && mode_ != mode && (mode == DUMP_JSON || mode_ == DUMP_JSON)) {
+        String message("Option '--json' cannot be combined with '--");
+        message.cat(mode != DUMP_JSON ? name : mode_ == DUMP_LISTING ? "listing" : "source");
+        message.cat('\'');
+        ArgumentError(message);
+        return false;
+    }
+    mode_ = mode;
+    return true;
+}
+
 bool DumpApplication::Emit(const char* text, int length) {
     Output* channel = output(text, length);
     if (channel != nullptr && channel->Write(text, length) == length && channel->Flush() == 0)
@@ -136,5 +150,6 @@ const char* DumpApplication::UsageText() const {
            "  --help           Display this information\n"
            "  --version        Display version number and exit\n"
            "  --listing        List each code segment in the runtime's listing format\n"
-           "  --source         Write assembly source that assembles back into the same file\n";
+           "  --source         Write assembly source that assembles back into the same file\n"
+           "  --json           Write the whole file as one JSON document\n";
 }

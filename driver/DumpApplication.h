@@ -1,5 +1,6 @@
 // The dump program tndump: its options, the loading of one compiled file through the loader's
-// readers, and the three ways of printing it (readable dump, segment listing, assembly source).
+// readers, and the four ways of printing it (readable dump, segment listing, assembly source,
+// JSON document).
 #ifndef TARN_DRIVER_DUMPAPPLICATION_H
 #define TARN_DRIVER_DUMPAPPLICATION_H
 
@@ -15,6 +16,7 @@ class DumpApplication : public ConsoleApplication {
         DUMP_READABLE,  // every section for a person
         DUMP_LISTING,   // each segment in the runtime's listing format
         DUMP_SOURCE,    // assembly source that assembles back into the same bytes
+        DUMP_JSON,      // every section as one JSON document, for scripts and tools
     };
 
     // 'argv' is not copied and must outlive the application.
@@ -43,6 +45,8 @@ class DumpApplication : public ConsoleApplication {
     bool Source(CompiledImage* image, const char* path, std::string* text);
     bool Emit(const char* text, int length);
     const char* UsageText() const override;
+    // Chooses the mode of option '--name'; false after reporting a clash with an earlier one.
+    bool SetMode(Mode mode, const char* name);
 
     Mode mode_;
     int input_index_;

@@ -21,6 +21,9 @@ class DumpWriter {
     void Write(std::string* out);
     // Every segment in the runtime's listing format, appended to 'out'.
     void WriteListing(std::string* out);
+    // An operand as the code listing shows it: a text quoted, a variable or function by name,
+    // a jump target as its label; 'function' owns the segment (null for the top level).
+    std::string Operand(const DecodedOperand& operand, Function* function, const Disassembly& code);
 
   private:
     void WriteHeader(std::string* out);
@@ -34,7 +37,6 @@ class DumpWriter {
     void WriteLanguages(std::string* out);
     void WritePieces(std::string* out);
 
-    std::string Operand(const DecodedOperand& operand, Function* function, const Disassembly& code);
     std::string Text(int index);
     // The name of variable 'slot' of 'table', or "?'what' slot" when there is none.
     std::string VariableName(VariableHash* table, int slot, const char* what);

@@ -17,8 +17,9 @@ apt_update_once() {
 }
 
 # Tools that the image usually has; installed only when missing.
-# nlohmann-json3-dev: the language server's JSON; neovim: its smoke test with a real editor.
-NEEDED="g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev clang valgrind dpkg-dev groff-base file nlohmann-json3-dev neovim"
+# nlohmann-json3-dev: the JSON of the language server and of tndump --json; neovim: the language
+# server's smoke test with a real editor; python3-jsonschema: the check of tndump --json.
+NEEDED="g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev clang valgrind dpkg-dev groff-base file nlohmann-json3-dev neovim python3-jsonschema"
 MISSING=""
 for p in $NEEDED; do have_pkg "$p" || MISSING="$MISSING $p"; done
 if [ -n "$MISSING" ]; then

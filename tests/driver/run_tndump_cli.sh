@@ -12,7 +12,7 @@ TNDUMP="$(cd "$(dirname "$1")" && pwd)/$(basename "$1")"
 TNASM="$(cd "$(dirname "$2")" && pwd)/$(basename "$2")"
 . "$(dirname "$0")/cli_cases.sh"
 
-USAGE=$'Usage: tndump [options] file\nOptions:\n  --help           Display this information\n  --version        Display version number and exit\n  --listing        List each code segment in the runtime\'s listing format\n  --source         Write assembly source that assembles back into the same file\n'
+USAGE=$'Usage: tndump [options] file\nOptions:\n  --help           Display this information\n  --version        Display version number and exit\n  --listing        List each code segment in the runtime\'s listing format\n  --source         Write assembly source that assembles back into the same file\n  --json           Write the whole file as one JSON document\n'
 CORRUPT=$'tndump: File is either corrupt or not a valid compiled Tarn Script file\n'
 
 # assemble SOURCE-TEXT: writes in.s and assembles it into output.tnc.
@@ -99,6 +99,12 @@ cmp -s output.tnc back.tnc || fail "the written source assembles into different 
 begin "the last mode option wins"
 assemble $'noop\n'
 run 0 $'\n\nExpression: segment 0\n0\tnoop\t\n' "" -- "$TNDUMP" --source --listing output.tnc
+
+begin "--json stands alone: refused beside another mode in either order, before any file is read"
+run 1 "" $'tndump: Option \'--json\' cannot be combined with \'--listing\'\n' -- "$TNDUMP" --json --listing missing.tnc
+run 1 "" $'tndump: Option \'--json\' cannot be combined with \'--source\'\n' -- "$TNDUMP" --source --json missing.tnc
+assemble $'noop\n'
+"$TNDUMP" --json --json output.tnc > out.json || fail "a repeated --json is refused"
 
 begin "--source refuses what no source gives"
 assemble $'pushf 1.5\n'
