@@ -19,28 +19,13 @@ namespace {
 // dump: header first, pieces last.
 using Json = nlohmann::ordered_json;
 
-// The qualifiers the .function directive spells, in bit order; the same list as the readable
-// dump's.
-// clang-format off
-const struct {
-    int bit;
-    const char* name;
-} QUALIFIERS[] = {
-    {FUNCTION_COMPRESSWHITESPACE,  "compresswhitespace"},
-    {FUNCTION_ERROROUTPUTLEVELON,  "erroroutputlevelon"},
-    {FUNCTION_ERROROUTPUTLEVELOFF, "erroroutputleveloff"},
-    {FUNCTION_STDOUTINHERIT,       "stdoutinherit"},
-    {FUNCTION_PRIVATE,             "private"},
-};
-
-// Operand kinds by their number in the mnemonic table; kind 6 belongs to no mnemonic.
+// Operand kinds by their number, in step with the OPERAND_ constants of the mnemonic table;
+// kind 6 belongs to no mnemonic.
 const char* const OPERAND_KINDS[] = {
     "integer", "number", "string", "system", "global", "local", "unknown", "label", "function",
 };
-// clang-format on
-
-// Files of version 1.7 and earlier keep one localization index, in the section tagged 0.
-constexpr int LAST_SINGLE_INDEX_VERSION = 0x10007;
+static_assert(sizeof OPERAND_KINDS / sizeof OPERAND_KINDS[0] == OPERAND_FUNCTION + 1,
+              "one name per operand kind");
 
 // Members are indented by this many blanks per level.
 constexpr int INDENT = 2;
@@ -204,7 +189,7 @@ Json Builder::FunctionEntry(int number, Function* function) {
     int flags = function->flags();
     Json qualifiers = Json::array();
     qualifiers.push_back((flags & FUNCTION_EXTERNAL) != 0 ? "external" : "internal");
-    for (const auto& qualifier : QUALIFIERS) {
+    for (const FunctionQualifier& qualifier : FUNCTION_QUALIFIERS) {
         if ((flags & qualifier.bit) != 0) qualifiers.push_back(qualifier.name);
     }
     Json parameters = Json::array();
