@@ -28,7 +28,7 @@ static_assert(sizeof OPERAND_KINDS / sizeof OPERAND_KINDS[0] == OPERAND_FUNCTION
               "one name per operand kind");
 
 // Members are indented by this many blanks per level.
-constexpr int INDENT = 2;
+constexpr size_t INDENT = 2;
 
 // The length of the UTF-8 sequence at 'text', or 0 when it is not a well-formed one: no
 // overlong forms, no surrogates, nothing above U+10FFFF.
@@ -72,11 +72,98 @@ unsigned bucket_count(int bits) {
     return 1u << (bits & 31);
 }
 
+// ---- layout ----
+
+// Records that hold a list of records of their own are spread over lines, each of theirs on a
+// line: a function (its parameters and locals), a present segment (its instructions), a
+// language (its entries). Any other record of a list stays on one line.
+const char* const SPREAD_RECORDS[] = {"parameters", "instructions", "entries"};
+
+bool spread(const Json& value, bool item) {
+    if (!value.is_structured() || value.empty()) return false;
+    if (value.is_array()) {
+        for (const Json& element : value) {
+            if (element.is_structured()) return true;
+        }
+        return false;  // a list of plain values, such as the qualifiers, stays on one line
+    }
+    if (!item) return true;
+    for (const char* key : SPREAD_RECORDS) {
+        if (value.contains(key)) return true;
+    }
+    return false;
+}
+
+void append_compact(const Json& value, std::string* out) {
+    // Every text went through text_json, so the strict handler could never fire; replacing
+    // keeps a broken byte from ever ending the program all the same.
+    out->append(value.dump(-1, ' ', false, Json::error_handler_t::replace));
+}
+
+// Writes a document member by member, so that only one section (one segment of the code) is
+// held as a JSON value at a time: the document of a large file is many times its size.
+class Layout {
+  public:
+    explicit Layout(std::string* out) : out_(out) {}
+
+    // Opens a member object or list ('key' non-null) or an item of a list (null).
+    void Open(const char* key, char bracket) {
+        Start(key);
+        out_->push_back(bracket);
+        first_.push_back(true);
+    }
+    void Close(char bracket) {
+        first_.pop_back();
+        out_->push_back('\n');
+        out_->append(INDENT * first_.size(), ' ');
+        out_->push_back(bracket);
+    }
+    void Put(const char* key, const Json& value) {
+        Start(key);
+        Value(value, key == nullptr);
+    }
+    // Closes the document.
+    void End() {
+        Close('}');
+        out_->push_back('\n');
+    }
+
+  private:
+    void Start(const char* key) {
+        if (!first_.empty()) {
+            out_->append(first_.back() ? "\n" : ",\n");
+            first_.back() = false;
+            out_->append(INDENT * first_.size(), ' ');
+        }
+        if (key != nullptr) {
+            append_compact(Json(key), out_);
+            out_->append(": ");
+        }
+    }
+    void Value(const Json& value, bool item) {
+        if (!spread(value, item)) {
+            append_compact(value, out_);
+            return;
+        }
+        bool object = value.is_object();
+        out_->push_back(object ? '{' : '[');
+        first_.push_back(true);
+        for (auto member = value.begin(); member != value.end(); ++member) {
+            Start(object ? member.key().c_str() : nullptr);
+            Value(*member, !object);
+        }
+        Close(object ? '}' : ']');
+    }
+
+    std::string* out_;
+    std::vector<bool> first_;  // per open container: nothing written in it yet
+};
+
 class Builder {
   public:
     Builder(CompiledImage* image, const char* name) : image_(image), name_(name) {}
 
-    Json Document();
+    void Document(std::string* out);
 
   private:
     Json Header();
@@ -85,7 +172,6 @@ class Builder {
     Json Variables(VariableHash* table);
     Json Functions();
     Json FunctionEntry(int number, Function* function);
-    Json Code();
     Json SegmentEntry(int number);
     Json Instruction(const DecodedInstruction& instruction, Function* function,
                      const Disassembly& code, DumpWriter* shown);
@@ -104,21 +190,28 @@ class Builder {
     const char* name_;
 };
 
-Json Builder::Document() {
-    Json document = Json::object();
-    document["file"] = text_json(name_, static_cast<int>(std::char_traits<char>::length(name_)));
-    document["size"] = image_->bytes().size();
-    document["header"] = Header();
-    document["directory"] = Directory();
-    document["dictionary"] = Dictionary();
-    document["globals"] = Variables(&image_->globals());
-    document["systems"] = Variables(&image_->systems());
-    document["functions"] = Functions();
-    document["code"] = Code();
-    document["identifiers"] = Identifiers();
-    document["languages"] = Languages();
-    document["pieces"] = Pieces();
-    return document;
+void Builder::Document(std::string* out) {
+    Layout layout(out);
+    layout.Open(nullptr, '{');
+    layout.Put("file", text_json(name_, static_cast<int>(std::char_traits<char>::length(name_))));
+    layout.Put("size", image_->bytes().size());
+    layout.Put("header", Header());
+    layout.Put("directory", Directory());
+    layout.Put("dictionary", Dictionary());
+    layout.Put("globals", Variables(&image_->globals()));
+    layout.Put("systems", Variables(&image_->systems()));
+    layout.Put("functions", Functions());
+    const SegmentManager& segments = image_->segments();
+    layout.Open("code", '{');
+    layout.Put("start", segments.start());
+    layout.Open("segments", '[');
+    for (int s = 0; s < segments.count(); ++s) layout.Put(nullptr, SegmentEntry(s));
+    layout.Close(']');
+    layout.Close('}');
+    layout.Put("identifiers", Identifiers());
+    layout.Put("languages", Languages());
+    layout.Put("pieces", Pieces());
+    layout.End();
 }
 
 // ---- sections ----
@@ -216,13 +309,6 @@ Json Builder::FunctionEntry(int number, Function* function) {
                 {"offset", function->segment_offset()},
                 {"parameters", parameters},
                 {"locals", locals}};
-}
-
-Json Builder::Code() {
-    const SegmentManager& segments = image_->segments();
-    Json list = Json::array();
-    for (int s = 0; s < segments.count(); ++s) list.push_back(SegmentEntry(s));
-    return Json{{"start", segments.start()}, {"segments", list}};
 }
 
 Json Builder::SegmentEntry(int number) {
@@ -406,11 +492,7 @@ Json Builder::VariableName(VariableHash* table, int slot) {
 DumpJson::DumpJson(CompiledImage* image, const char* name) : image_(image), name_(name) {}
 
 void DumpJson::Write(std::string* out) {
-    // Every text went through text_json, so the strict handler could never fire; replacing
-    // keeps a broken byte from ever ending the program all the same.
-    out->append(Builder(image_, name_).Document().dump(INDENT, ' ', false,
-                                                       Json::error_handler_t::replace));
-    out->push_back('\n');
+    Builder(image_, name_).Document(out);
 }
 
 std::string DumpJson::TextValue(const char* text, int length) {

@@ -14,7 +14,8 @@ class DumpJson {
     // 'name' is the file name the document names; neither is copied.
     DumpJson(CompiledImage* image, const char* name);
 
-    // The document, indented by two blanks and ended by a newline, appended to 'out'.
+    // The document, appended to 'out': members indented by two blanks, each record of a list
+    // (an instruction, a dictionary entry, ...) on a line of its own, a newline at the end.
     void Write(std::string* out);
 
     // A text of the file as a JSON value: a string when its bytes are valid UTF-8, otherwise
