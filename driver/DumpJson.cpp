@@ -67,11 +67,6 @@ Json label_json(int label) {
     return "L" + std::to_string(label);
 }
 
-// A table's bucket count as the readers take it: 2^bits, and one for 32 bits.
-unsigned bucket_count(int bits) {
-    return 1u << (bits & 31);
-}
-
 // ---- layout ----
 
 // Records that hold a list of records of their own are spread over lines, each of theirs on a
@@ -263,7 +258,7 @@ Json Builder::Variables(VariableHash* table) {
         int name = table->entry(i)->name_index;
         entries.push_back(Json{{"slot", i}, {"name_index", name}, {"name", Text(name)}});
     }
-    return Json{{"buckets", bucket_count(table->bucket_bits())},
+    return Json{{"buckets", DumpText::Buckets(table->bucket_bits())},
                 {"buckets_in_use", table->bucket_entries()},
                 {"entries", entries}};
 }
@@ -273,7 +268,7 @@ Json Builder::Functions() {
     Json entries = Json::array();
     for (int f = 0; f < functions.Functions(); ++f)
         entries.push_back(FunctionEntry(f, functions.Function_Index(f)));
-    return Json{{"buckets", bucket_count(functions.bucket_bits())},
+    return Json{{"buckets", DumpText::Buckets(functions.bucket_bits())},
                 {"buckets_in_use", functions.bucket_entries()},
                 {"entries", entries}};
 }
@@ -423,7 +418,7 @@ Json Builder::Languages() {
                             {"section", section},
                             {"entries", index != nullptr ? LanguageEntries(index) : Json(nullptr)}});
     }
-    return Json{{"buckets", bucket_count(languages.bucket_bits())}, {"entries", list}};
+    return Json{{"buckets", DumpText::Buckets(languages.bucket_bits())}, {"entries", list}};
 }
 
 // Each key with its text as it was written (%name% for a variable), and the piece chain it

@@ -71,6 +71,10 @@ std::string DumpText::Count(long long count, const char* one, const char* many) 
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
+unsigned DumpText::Buckets(int bits) {
+    return 1u << (bits & 31);
+}
+
 std::string DumpText::Version(int version) {
     unsigned word = static_cast<unsigned>(version);
     return std::to_string(word >> 16) + "." + std::to_string(word & 0xFFFF);

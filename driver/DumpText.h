@@ -27,6 +27,9 @@ class DumpText {
     // 'count' and the noun, with an "s" unless the count is 1 ("1 entry", "2 entries" are
     // given as 'one' and 'many').
     static std::string Count(long long count, const char* one, const char* many);
+    // The buckets of a hashed table of 'bits' bucket bits: 2^'bits', and one for 32 bits, as
+    // the readers take it.
+    static unsigned Buckets(int bits);
     // The version word as major.minor.
     static std::string Version(int version);
     // A section tag for people: its four letters when they are printable, "LX n" for the

@@ -12,11 +12,6 @@
 
 namespace {
 
-// A table of 'bits' bucket bits has 2^'bits' buckets; 32 bits give one, as the readers take it.
-unsigned bucket_count(int bits) {
-    return 1u << (bits & 31);
-}
-
 std::string qualifiers(int flags) {
     std::string text = (flags & FUNCTION_EXTERNAL) != 0 ? "external" : "internal";
     const int known = FUNCTION_KNOWN_FLAGS;
@@ -114,7 +109,7 @@ void DumpWriter::WriteVariables(std::string* out) {
     for (int t = 0; t < 2; ++t) {
         VariableHash* table = tables[t];
         DumpText::Append(out, "\n%s: %d (%u buckets, %d in use)\n", titles[t], table->Entries(),
-                         bucket_count(table->bucket_bits()), table->bucket_entries());
+                         DumpText::Buckets(table->bucket_bits()), table->bucket_entries());
         for (int i = 0; i < table->Entries(); ++i)
             DumpText::Append(out, "  %6d  %s\n", i, Text(table->entry(i)->name_index).c_str());
     }
@@ -123,7 +118,7 @@ void DumpWriter::WriteVariables(std::string* out) {
 void DumpWriter::WriteFunctions(std::string* out) {
     FunctionManager& functions = image_->functions();
     DumpText::Append(out, "\nFunctions: %d (%u buckets, %d in use)\n", functions.Functions(),
-                     bucket_count(functions.bucket_bits()), functions.bucket_entries());
+                     DumpText::Buckets(functions.bucket_bits()), functions.bucket_entries());
     for (int f = 0; f < functions.Functions(); ++f) {
         Function* function = functions.Function_Index(f);
         DumpText::Append(
@@ -218,7 +213,7 @@ void DumpWriter::WriteLanguages(std::string* out) {
     LocalizedLanguages& languages = image_->languages();
     bool single = !index_per_language(image_->file().version());
     DumpText::Append(out, "\nLanguages: %d (%u buckets)\n", languages.Entries(),
-                     bucket_count(languages.bucket_bits()));
+                     DumpText::Buckets(languages.bucket_bits()));
     for (int l = 0; l < languages.Entries(); ++l) {
         LocalizedIndex* index = image_->language_index(l);
         DumpText::Append(out, "  %6d  %s", l, Text(languages.language(l)->code).c_str());
