@@ -182,17 +182,6 @@ TEST(AssemblerParser, DoubleOperandsTakeInfinityAndNanByExactLength) {
     }
 }
 
-TEST(AssemblerParser, RefusesResolutionTypesOutsideTheTable) {
-    for (int type : {6, 9, -1}) {
-        DirectParser direct;
-        ASSERT_EQ(direct.parser->ProcessOpcode(0x4002, 1), 0);
-        EXPECT_EQ(direct.parser->ProcessImmediate("x", 1, 0, type), 1);
-        EXPECT_EQ(direct.application.capture->err,
-                  "in.s:1: AE_305: Internal error:  Unrecognized resolution type - " +
-                      std::to_string(type) + "\n");
-    }
-}
-
 // Every error code has a golden case of its own; these are the readings that are easy to get
 // wrong. Each is reported once with its line, and no compiled file is created.
 TEST(AssemblerParser, ReportsEachErrorOnceAndWritesNothing) {

@@ -61,19 +61,6 @@ TEST(OpcodeLookup, SizeBitsAgreeWithOperandKinds) {
     }
 }
 
-TEST(OpcodeLookup, RejectsWordsThatAreNoMnemonics) {
-    OpcodeLookup lookup;
-    const char* words[] = {"jmpeq", "JMP_EQ", "jmp_eq2", "", "Pushc", "pushc ", "jmp_e", "noop_"};
-    for (const char* word : words) {
-        EXPECT_EQ(lookup.Lookup(word, -1), nullptr) << "'" << word << "'";
-    }
-    // The length counts: a prefix of a mnemonic, or its text with a blank inside the length.
-    EXPECT_EQ(lookup.Lookup("pushc ", 6), nullptr);
-    EXPECT_NE(lookup.Lookup("pushc ", 5), nullptr);
-    EXPECT_EQ(lookup.Lookup("pushcx", 4), nullptr);
-    EXPECT_EQ(lookup.Lookup("pushl", 0), nullptr);
-}
-
 TEST(OpcodeLookup, AllShortWordsAreRejectedUnlessInTheTable) {
     // Every word of one to three lower-case letters or '_' reaches some slot, many of them above
     // the last; only the table's own names may be found (the sanitizer build also checks that no

@@ -180,36 +180,6 @@ TEST(Parser, GoesOnAfterAFailedLocalizedTextToMakeTheLanguageEntry) {
     }
 }
 
-TEST(Parser, AnswersTokensTheTokenizerNeverProduces) {
-    ParserRecorder parser("");
-    ParserRecorder::GrammarState grammar(parser.source());
-    EXPECT_TRUE(parser.Step(grammar, TOKEN_COLON));
-    EXPECT_EQ(1, grammar.result);
-    EXPECT_EQ("error 317 line 1: Unexpected colon\n", parser.Calls());
-
-    // The rest-of-line marker skips every token up to the end of the line.
-    parser.calls.clear();
-    ParserRecorder::GrammarState skipping(parser.source());
-    EXPECT_FALSE(parser.Step(skipping, TOKEN_REST_OF_LINE));
-    EXPECT_FALSE(parser.Step(skipping, TOKEN_ERROR));
-    EXPECT_FALSE(parser.Step(skipping, TOKEN_NUMBER));
-    EXPECT_FALSE(parser.Step(skipping, TOKEN_END_OF_LINE));
-    EXPECT_EQ(2, parser.line());
-    EXPECT_FALSE(parser.Step(skipping, TOKEN_REST_OF_LINE));
-    EXPECT_FALSE(parser.Step(skipping, TOKEN_END_OF_INPUT));
-    EXPECT_EQ(3, parser.line());
-    EXPECT_TRUE(parser.Step(skipping, TOKEN_END_OF_INPUT));
-    EXPECT_EQ(0, skipping.result);
-    EXPECT_EQ("", parser.Calls());
-
-    ParserRecorder::GrammarState illogical(parser.source());
-    illogical.state = STATE_DIRECTIVE_STRING;
-    illogical.pending = TOKEN_FUNCTION;
-    EXPECT_TRUE(parser.Step(illogical, TOKEN_QUOTED_STRING));
-    EXPECT_EQ("error 305 line 3: Internal error:  Illogical state for DIRECTIVE string\n",
-              parser.Calls());
-}
-
 TEST(Parser, FlagParsersMatchWholeWordsOnly) {
     ParserRecorder parser("");
     int flags = 0;

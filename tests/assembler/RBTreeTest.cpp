@@ -94,25 +94,3 @@ TEST(RBTree, StaysBalancedAndOrderedThroughInsertsAndRemovals) {
         EXPECT_EQ(tree.Entries(), static_cast<int>(present.size()));
     }
 }
-
-TEST(RBTree, OnlyAnOwningTreeDeletesItsObjects) {
-    destroyed = 0;
-    {
-        Tree tree(1);
-        for (const std::string& name : shuffled_names(40, 3u)) {
-            tree.Insert(new CountedPlaceHolder(name, 0));
-        }
-        tree.Dump();
-        EXPECT_EQ(destroyed, 40);
-        EXPECT_EQ(tree.Entries(), 0);
-        EXPECT_EQ(tree.Find("n1"), nullptr);
-        tree.Insert(new CountedPlaceHolder("again", 0));
-    }
-    EXPECT_EQ(destroyed, 41);
-    CountedPlaceHolder kept("kept", 1);
-    {
-        Tree borrowing(0);
-        borrowing.Insert(&kept);
-    }
-    EXPECT_EQ(destroyed, 41);
-}

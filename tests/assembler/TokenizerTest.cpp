@@ -132,28 +132,6 @@ TEST(Tokenizer, ReadsEachTokenKindWithItsText) {
     }
 }
 
-TEST(Tokenizer, TokensWithoutTextKeepThePreviousTextOrLength) {
-    const struct {
-        const char* source;
-        TokenType second;
-        int offset;
-        int length;
-    } cases[] = {
-        {"abc ,", TOKEN_COMMA, 4, 3},      {"abc\n", TOKEN_END_OF_LINE, 0, 3},
-        {"abc", TOKEN_END_OF_INPUT, 0, 3}, {"abc ;c\n", TOKEN_END_OF_LINE, 4, 3},
-        {"abc -", TOKEN_ERROR, 4, 3},      {"abc .\n", TOKEN_ERROR, 4, 3},
-    };
-    for (const auto& c : cases) {
-        ParserRecorder parser(c.source);
-        const char* text = parser.source();
-        int length = 0;
-        ASSERT_EQ(TOKEN_IDENTIFIER, parser.GetNextToken(&text, length, &parser.string_value()));
-        EXPECT_EQ(c.second, parser.GetNextToken(&text, length, &parser.string_value()));
-        EXPECT_EQ(c.offset, text - parser.source()) << c.source;
-        EXPECT_EQ(c.length, length) << c.source;
-    }
-}
-
 TEST(Tokenizer, ClassifiesEveryByteValue) {
     for (int b = 0; b < 256; ++b) {
         const char c = static_cast<char>(b);

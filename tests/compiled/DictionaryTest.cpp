@@ -103,20 +103,6 @@ TEST(Dictionary, SearchAgreesWithPlainLeftmostFind) {
     }
 }
 
-TEST(Dictionary, StartsBlocksInWholeGranules) {
-    for (int length : {8191, 8192}) {
-        Dictionary dictionary;
-        dictionary.Entry_Add("q", -1);
-        std::string big(static_cast<size_t>(length), 'z');
-        dictionary.Entry_Add(big.data(), length);
-        // 8191 bytes still fit behind "q"; 8192 do not and take a block of two granules.
-        ASSERT_EQ(dictionary.blocks(), length == 8191 ? 1 : 2) << length;
-        EXPECT_EQ(dictionary.block(dictionary.blocks() - 1)->capacity(),
-                  length == 8191 ? 8192 : 16384);
-        EXPECT_EQ(text_of(dictionary, 1), big);
-    }
-}
-
 TEST(Dictionary, CompressSharesAcrossBlocks) {
     Dictionary dictionary;
     std::string filler(8190, 'x');
@@ -253,24 +239,4 @@ TEST(Dictionary, AllEmptyTextsWriteButDoNotReadBack) {
             .bytes;
     EXPECT_EQ(section, cat({u32(1), u32(0), u32(0), u32(0), u32(0)}));
     EXPECT_EQ(read_into_filled(section), "dictionary_entry.offset out of range");
-}
-
-TEST(Dictionary, WriteFailuresAreReported) {
-    for (int k = 1;; k++) {
-        MemoryFileManager files;
-        TaggedFile file(&files);
-        ASSERT_TRUE(file.Create("dict.tnc", nullptr, 0));
-        files.faults.fail_write_at = files.faults.writes + k;
-        Dictionary dictionary;
-        std::string big(8190, 'k');
-        dictionary.Entry_Add(big.data(), 8190);
-        dictionary.Entry_Add("xyz", 3);
-        bool ok = dictionary.Write(&file);
-        if (files.faults.writes < files.faults.fail_write_at) {
-            ASSERT_TRUE(ok);
-            break;
-        }
-        EXPECT_FALSE(ok) << k;
-        EXPECT_STREQ(dictionary.error().c_str(), "Injected write failure") << k;
-    }
 }

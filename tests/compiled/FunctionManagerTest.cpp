@@ -189,33 +189,6 @@ TEST(FunctionManager, ParameterListsSayHowEachParameterIsPassed) {
     }
 }
 
-TEST(FunctionManager, ExternalDeclarationsAndCopies) {
-    Dictionary dictionary;
-    FunctionManager manager(&dictionary, 8);
-    Function* external = manager.Function_Add("ext", -1, FUNCTION_PRIVATE);
-    EXPECT_EQ(external->flags(), FUNCTION_PRIVATE | FUNCTION_EXTERNAL);
-    EXPECT_EQ(external->segment(), -1);
-
-    Function* source = manager.Function_Add(4, 0, "body", -1, "x, y var", -1, 0x04);
-    Dictionary other_dictionary;
-    FunctionManager other(&other_dictionary, 8);
-    other.Function_Add("first", -1, 0);
-    Function* copy = other.Function_Add(source);
-    EXPECT_EQ(copy->name_index(), source->name_index()) << "the source's name index is kept";
-    EXPECT_EQ(copy->flags(), 0x04);
-    EXPECT_EQ(copy->segment(), -1);
-    EXPECT_EQ(parameters_of(copy), parameters_of(source));
-    EXPECT_EQ(other.Function_Get("BODY", -1), copy);
-    EXPECT_EQ(other_dictionary.entries(), 4);  // first, body (unused), x, y
-}
-
-TEST(FunctionManager, WritesItsSectionExactly) {
-    Dictionary dictionary;
-    FunctionManager manager(&dictionary, 0);
-    manager.Function_Add(3, 0, "f", 1, "p var", -1, 0x22);
-    EXPECT_EQ(func_of(manager), ONE_FUNCTION);
-}
-
 // The plain case of each message is reached through tndump in DumpApplicationTest; these rows
 // are the bounds of the checks and the cut-off records.
 TEST(FunctionManager, ChecksEachFieldInOrderAndKeepsItsTableOnFailure) {

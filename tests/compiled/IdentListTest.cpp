@@ -37,24 +37,6 @@ TEST(IdentList, WritesEachTextWithItsTerminatorInOrder) {
     EXPECT_EQ(next_entry(list), "f");
 }
 
-TEST(IdentList, GrowsInSteps) {
-    // 8191 bytes and the terminator fill the first step exactly; one more byte takes the next.
-    IdentList list;
-    std::string long_text(8191, 'x');
-    list.Entry_Add(long_text.c_str(), -1);
-    EXPECT_EQ(list.capacity(), 8192);
-    list.Entry_Add("y", 1);
-    EXPECT_EQ(list.capacity(), 16384);
-    EXPECT_EQ(list.length(), 8194);
-    EXPECT_EQ(next_entry(list), long_text);
-    EXPECT_EQ(next_entry(list), "y");
-
-    // A first text of a whole step needs the step after it for its terminator.
-    IdentList whole;
-    whole.Entry_Add(std::string(8192, 'z').c_str(), 8192);
-    EXPECT_EQ(whole.capacity(), 16384);
-}
-
 TEST(IdentList, ReadsAnUnterminatedLastText) {
     // The last text lacks its 0 byte: it ends with the section.
     OpenContainer in(container_with(TAG_IDNT, Bytes{'a', 0, 'b', 'c'}));

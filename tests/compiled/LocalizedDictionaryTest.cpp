@@ -9,14 +9,6 @@
 
 namespace {
 
-Bytes locd_of(LocalizedDictionary& dictionary) {
-    Bytes file = write_container([&](TaggedFile& f) { return dictionary.Write(&f); });
-    std::vector<Section> sections = sections_of(file);
-    EXPECT_EQ(sections.size(), 1u);
-    EXPECT_EQ(sections.empty() ? 0 : sections[0].tag, TAG_LOCD);
-    return sections.empty() ? Bytes() : sections[0].bytes;
-}
-
 // "Hello %name%!" as its three pieces, added last piece first as the directive does.
 // clang-format off
 const Bytes HELLO_NAME = cat({
@@ -28,24 +20,6 @@ const Bytes HELLO_NAME = cat({
 // clang-format on
 
 }  // namespace
-
-TEST(LocalizedDictionary, WritesPiecesInAddOrder) {
-    LocalizedDictionary dictionary;
-    EXPECT_EQ(locd_of(dictionary), u32(0));
-    int last = dictionary.Entry_Add(LOCALIZED_TEXT, 12, -1);
-    int middle = dictionary.Entry_Add(LOCALIZED_VARIABLE, 11, last);
-    int first = dictionary.Entry_Add(LOCALIZED_TEXT, 10, middle);
-    EXPECT_EQ(first, 2);
-    EXPECT_EQ(dictionary.Entry(first)->next, 1);
-    EXPECT_EQ(dictionary.Entry(-1), nullptr);
-    EXPECT_EQ(dictionary.Entry(3), nullptr);
-    EXPECT_EQ(locd_of(dictionary), HELLO_NAME);
-    for (int i = 3; i <= LOCALIZED_DICTIONARY_GROWTH; ++i) {  // one past the first step
-        ASSERT_EQ(dictionary.Entry_Add(LOCALIZED_TEXT, i, i - 1), i);
-    }
-    EXPECT_EQ(dictionary.Entry(2)->text, 10);
-    EXPECT_EQ(dictionary.Entry(LOCALIZED_DICTIONARY_GROWTH)->next, LOCALIZED_DICTIONARY_GROWTH - 1);
-}
 
 TEST(LocalizedDictionary, ReadsTheSection) {
     OpenContainer in(container_with(TAG_LOCD, HELLO_NAME));

@@ -160,52 +160,6 @@ TEST(LocalizedLanguages, CodesMatchRegardlessOfCaseAndGrowInSteps) {
     }
 }
 
-TEST(LocalizedLanguages, CurrentLanguageFallsBackToTheDefault) {
-    UNIXAssemblerApplication application(1, arguments);
-    Dictionary dictionary;
-    LocalizedLanguages languages(&application, &dictionary, nullptr, 12, 8);
-    languages.Add_Entry("en-US", -1, "both", -1, 1);
-    languages.Add_Entry("en-US", -1, "english only", -1, 2);
-    languages.Add_Entry("de", -1, "both", -1, 3);
-    application.SetLanguage("DE", -1);
-    EXPECT_EQ(value_of(languages.Get_Entry(dictionary.Entry_Add("Both", -1))), 3);
-    EXPECT_EQ(value_of(languages.Get_Entry(dictionary.Entry_Add("english only", -1))), 2);
-    EXPECT_EQ(languages.Get_Entry(dictionary.Entry_Add("neither", -1)), nullptr);
-    application.SetLanguage("fr", -1);  // no such language: straight to the default
-    EXPECT_EQ(value_of(languages.Get_Entry(dictionary.Entry_Add("both", -1))), 1);
-
-    // A given language is added, empty, when missing.
-    int italian = dictionary.Entry_Add("it", -1);
-    EXPECT_EQ(languages.Get_Entry(italian, dictionary.Entry_Add("both", -1)), nullptr);
-    EXPECT_NE(languages.Get_Language_Entry(italian), nullptr);
-}
-
-TEST(LocalizedLanguages, DefaultLookupIsStampedWithTheCurrentCounter) {
-    // The default language "fr" is missing at the first lookup and added afterwards. Whether the
-    // next fallback sees it depends only on whether the two counters differ.
-    struct Case {
-        const char* what;
-        bool set_language;
-        int after_adding;
-    };
-    const Case cases[] = {
-        {"counters differ: looked up again", false, 7},
-        {"counters equal: cached miss stays", true, -1},
-    };
-    for (const Case& c : cases) {
-        UNIXAssemblerApplication application(1, arguments);
-        application.SetDefaultLanguage("fr", -1);
-        if (c.set_language) application.SetLanguage("xx", -1);
-        Dictionary dictionary;
-        LocalizedLanguages languages(&application, &dictionary, nullptr, 12, 8);
-        languages.Add_Entry("de", -1, "k", -1, 1);
-        int key = dictionary.Entry_Add("k", -1);
-        EXPECT_EQ(languages.Get_Entry(key), nullptr) << c.what;
-        languages.Add_Entry("fr", -1, "k", -1, 7);
-        EXPECT_EQ(value_of(languages.Get_Entry(key)), c.after_adding) << c.what;
-    }
-}
-
 TEST(LocalizedLanguages, TableReadFromAFileLoadsEachIndexOnFirstUse) {
     UNIXAssemblerApplication application(1, arguments);
     Dictionary dictionary;
@@ -226,9 +180,6 @@ TEST(LocalizedLanguages, TableReadFromAFileLoadsEachIndexOnFirstUse) {
     EXPECT_EQ(in.files.deactivations, 1);
     EXPECT_EQ(languages.Get_Language_Entry("de", -1), german);
     EXPECT_EQ(in.files.deactivations, 1) << "a loaded index is not read again";
-
-    EXPECT_EQ(value_of(languages.Get_Entry(dictionary.Entry_Add("hello", -1))), 100);
-    EXPECT_EQ(in.files.deactivations, 2);
 
     // What a reader loaded, the writer writes back to the same bytes.
     EXPECT_EQ(sections_of(

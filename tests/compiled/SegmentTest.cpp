@@ -33,30 +33,6 @@ const Bytes TWO_SEGMENTS = {
 
 }  // namespace
 
-// The growth step itself is walked write by write in GrowthTest.
-TEST(Segment, TrimKeepsTheBytesAndWritingOnAllocatesAgain) {
-    Segment past(0);
-    past.Write_Dword(8190, 0xFFFFFFFF);
-    past.Grow(16385);
-    EXPECT_EQ(past.capacity(), 24576);
-    EXPECT_EQ(past.Write_Byte(-1, 0), -1);
-
-    // Trimming keeps the bytes, the length and the capacity; writing on allocates again.
-    Segment trimmed(0);
-    ASSERT_EQ(trimmed.Write_Dword(0, 0xA1B2C3D4), 4);
-    trimmed.Trim();
-    EXPECT_EQ(trimmed.length(), 4);
-    EXPECT_EQ(trimmed.capacity(), 8192);
-    EXPECT_EQ(trimmed.Write_Byte(4, 0x7F), 5);
-    EXPECT_EQ(trimmed.data()[4], 0x7F);
-    EXPECT_EQ(static_cast<unsigned char>(trimmed.data()[0]), 0xD4);
-    for (int i = 5; i < 8192; i++) ASSERT_EQ(trimmed.data()[i], 0) << i;
-    Segment empty(1);
-    empty.Trim();
-    EXPECT_EQ(empty.length(), 0);
-    EXPECT_EQ(empty.Write_Word(0, 0x1234), 2);
-}
-
 TEST(Segment, StoresOperandsLittleEndianAndReadsWithinLength) {
     Segment segment(3);
     int at = segment.Write_Word(0, 0x8003);
@@ -164,15 +140,6 @@ TEST(SegmentManager, WritesSegmentsAndReadsThemBack) {
     SegmentManager copy(loaded);
     EXPECT_NE(copy.segment(1), loaded.segment(1));
     EXPECT_EQ(std::memcmp(copy.segment(1)->data(), loaded.segment(1)->data(), 6), 0);
-}
-
-TEST(SegmentManager, SlotArrayGrowsBySixtyFour) {
-    SegmentManager manager;
-    for (int i = 1; i < 64; i++) manager.Segment_Add();
-    EXPECT_EQ(manager.capacity(), 64);
-    EXPECT_EQ(manager.Segment_Add()->number(), 64);
-    EXPECT_EQ(manager.capacity(), 128);
-    EXPECT_EQ(manager.segment(65), nullptr);
 }
 
 // The plain case of each message is reached through tndump in DumpApplicationTest; these rows

@@ -73,37 +73,6 @@ TEST(TaggedFile, WritesHeaderSectionsAndDirectoryExactly) {
     }
 }
 
-// Gathered, small pieces share writes and a piece of the gathering size or more goes out by
-// itself, behind what was gathered before it; the bytes are those of plain writing.
-TEST(TaggedFile, GatheredWritesGiveTheSameBytesInFewWrites) {
-    std::string big(TF_WRITE_BUFFER_SIZE + 5, 'b');
-    Bytes expected;
-    int plain_writes = 0;
-    for (bool gather : {false, true}) {
-        MemoryFileManager files;
-        TaggedFile file(&files);
-        ASSERT_TRUE(file.Create("big.tnc", nullptr, 0));
-        if (gather) file.Gather_Writes();
-        file.Section_Start(TAG_DICT);
-        for (int i = 0; i < 1000; i++) ASSERT_EQ(file.Section_Write("abc", 3), 3);
-        ASSERT_EQ(file.Section_Write(big.data(), static_cast<int>(big.size())),
-                  static_cast<int>(big.size()));
-        ASSERT_EQ(file.Section_Write("z", 1), 1);
-        file.Section_End();
-        ASSERT_TRUE(file.Section_Flush());
-        file.Close();
-        if (!gather) {
-            expected = files.Get("big.tnc");
-            plain_writes = files.faults.writes;
-            continue;
-        }
-        EXPECT_EQ(files.Get("big.tnc"), expected);
-        // Header, the gathered pieces, the big one, "z", one directory entry, the header again.
-        EXPECT_EQ(files.faults.writes, 6);
-        EXPECT_EQ(plain_writes, 1005);
-    }
-}
-
 TEST(TaggedFile, VersionZeroWritesCurrentFormatAndNoIdentifierWritesZeros) {
     MemoryFileManager files;
     TaggedFile file(&files);
@@ -176,30 +145,6 @@ TEST(TaggedFile, UnknownTagFallsBackToCurrentSectionUntilReadEnd) {
     file.Section_Read_End();
     EXPECT_FALSE(file.Section_Read_Start(TAG_FUNC));
     EXPECT_STREQ(file.error().c_str(), "Invalid section");
-}
-
-TEST(TaggedFile, RepeatedTagIsFoundAtItsFirstEntry) {
-    MemoryFileManager files;
-    TaggedFile writer(&files);
-    ASSERT_TRUE(writer.Create("twice.tnc", nullptr, 0));
-    writer.Section_Start(TAG_IDNT);
-    writer.Section_Write("first", 5);
-    // Starting a section while one is open closes the open one.
-    writer.Section_Start(TAG_IDNT);
-    writer.Section_Write("second", 6);
-    writer.Section_End();
-    // Ending with none open is not checked: it records an entry of tag 0.
-    writer.Section_End();
-    ASSERT_TRUE(writer.Section_Flush());
-
-    TaggedFile reader(&files);
-    ASSERT_TRUE(reader.Open("twice.tnc", FILE_MODE_READ));
-    ASSERT_EQ(reader.directory_entries(), 3);
-    EXPECT_EQ(reader.directory_entry(2)->tag, TAG_NONE);
-    EXPECT_EQ(reader.directory_entry(2)->size, 0);
-    int size = 0;
-    ASSERT_TRUE(reader.Section_Read_Start(TAG_IDNT, &size));
-    EXPECT_EQ(size, 5);
 }
 
 TEST(TaggedFile, DirectoryGrowsBySixteenEntries) {
@@ -297,22 +242,4 @@ TEST(TaggedFile, ShortReadsLeaveTheirReason) {
     ASSERT_TRUE(huge.file.Section_Read_Start(TAG_DICT));
     EXPECT_EQ(huge.file.Section_Read_Vector(&out, -1), -1);
     EXPECT_STREQ(huge.file.error().c_str(), "Invalid size");
-}
-
-TEST(TaggedFile, OpenFailuresLeaveNoFileOpen) {
-    MemoryFileManager files;
-    files.Put("bad.tnc", std::string("not a container at all, no, not at all"));
-    files.Put("small.tnc", SMALL_FILE);
-    File* bad = files.Open("bad.tnc", FILE_MODE_READ);
-    TaggedFile file(&files);
-    EXPECT_FALSE(file.Open("missing.tnc", FILE_MODE_READ));
-    EXPECT_STREQ(file.error().c_str(), "No such file or directory");
-    EXPECT_FALSE(file.Open("bad.tnc", bad));
-    EXPECT_EQ(file.file(), nullptr);
-    EXPECT_EQ(file.name().length(), 0);
-    delete bad;  // still the caller's
-    // On success the file belongs to the container, which closes it.
-    ASSERT_TRUE(file.Open("small.tnc", files.Open("small.tnc", FILE_MODE_READ)));
-    file.Deactivate();
-    EXPECT_EQ(files.deactivations, 1);
 }

@@ -7,14 +7,11 @@
 #include <algorithm>
 #include <string>
 
-#include "compiled/ClonedVariableHash.h"
 #include "compiled/Dictionary.h"
-#include "compiled/ReferenceVariableHash.h"
 #include "compiled/SystemVariableHash.h"
 #include "foundation/Hash.h"
 #include "tests/compiled/TableFiles.h"
 #include "value/Variable.h"
-#include "value/VariableList.h"
 
 namespace {
 
@@ -180,28 +177,8 @@ TEST(VariableHash, MakesVariablesOnDemandAndCopiesThem) {
     EXPECT_EQ(body_of(cloned), body_of(table));
     cloned.Dump();
 
-    VariableList list;
-    EXPECT_EQ(table.AllocatedVars(&list), 2);
     table.Dump();
     EXPECT_EQ(table.Index(0, 0), nullptr);
-}
-
-TEST(VariableHash, RunTimeSettersAndArrayParts) {
-    Dictionary dictionary;
-    VariableHash table(&dictionary, 8, 64, 0);
-    EXPECT_EQ(table.SetVariable("name", -1, "Ann", 3), 0);
-    EXPECT_EQ(table.ClearVariable("NAME", -1), 1);
-    EXPECT_TRUE(table.Index(0, 0)->IsNULL());
-
-    EXPECT_EQ(table.SetVariable_Fancy("list[2]", -1, "two", 3, 1), 1);
-    Variable* element = nullptr;
-    EXPECT_EQ(table.LookupVariable_Fancy(&element, "LIST[2]", -1, 0), 1);
-    EXPECT_STREQ(element->value().c_str(), "two");
-    for (const char* bad : {"list[0]", "list[-1]", "list[x]", "list[]", "list[2", "list[2]x"}) {
-        EXPECT_EQ(table.LookupVariable_Fancy(&element, bad, -1, 1), 0) << bad;
-        EXPECT_STREQ(table.error().c_str(), "Array index must be positive integer") << bad;
-    }
-    table.Dump();
 }
 
 TEST(SystemVariableHash, ScopesHideAndRestoreVariables) {
@@ -230,55 +207,7 @@ TEST(SystemVariableHash, ScopesHideAndRestoreVariables) {
     EXPECT_EQ(table.Pop(), 1);
     EXPECT_EQ(current(), outer);
     EXPECT_EQ(table.Index(1, 0), nullptr);  // "y" keeps its number but lost its variable
-
-    // Values set inside a scope are the scope's own; a shared variable gets its reference back.
-    table.SetVariable("x", -1, "en", 2);
-    table.Push();
-    table.SetVariable("x", -1, "de", 2);
-    EXPECT_STREQ(outer->value().c_str(), "en");
-    Variable* shared = new Variable("x", 1);
-    table.SetVariable_Reference(0, shared);
-    table.Pop();
-    EXPECT_EQ(current(), outer);
-    EXPECT_EQ(shared->refcount(), 1);
-    Variable::Release(shared);
     table.Push();  // left open: the destructor leaves it
     table.Insert(new Variable("tmp", 3));
     table.Dump();
-}
-
-TEST(ReferenceVariableHash, ForwardsToTheTableBehindIt) {
-    Dictionary dictionary;
-    VariableHash real(&dictionary, 8, 64, 0);
-    ReferenceVariableHash view(&real);
-    ReferenceVariableHash view_of_view(&view);
-    EXPECT_EQ(view_of_view.RealIdentity(), &real);
-    EXPECT_EQ(declare(view_of_view, dictionary, "a"), 0);
-    EXPECT_EQ(find(view, "A"), 0);
-    OpenContainer in(container_with(TAG_GLBL, body_of(real)));
-    ASSERT_EQ(view.Read(&in.file, TAG_GLBL), 1);
-    EXPECT_EQ(real.entry(0)->version, -1);
-}
-
-TEST(ClonedVariableHash, CopiesEachVariableOnFirstReach) {
-    Dictionary dictionary;
-    VariableHash source(&dictionary, 8, 64, 0);
-    declare(source, dictionary, "a");
-    declare(source, dictionary, "b");
-    source.Index(0, 1)->SetValue("source", 6);
-    {
-        ClonedVariableHash clone(nullptr, &source);
-        Variable* a = clone.Index(0, 0);
-        ASSERT_NE(a, source.Index(0, 0));
-        a->SetValue("clone", 5);
-        EXPECT_STREQ(source.Index(0, 0)->value().c_str(), "source");
-        Variable* b = nullptr;
-        EXPECT_EQ(clone.Find(&b, "B", -1, 1), 1);
-        EXPECT_EQ(source.Index(1, 0), nullptr);
-        Variable* caller = new Variable("b", 1);
-        clone.SetVariable_Reference(1, caller);  // shared: the clone leaves it alone
-        clone.SetVariable(new Variable("c", 1));
-        Variable::Release(caller);
-    }
-    source.Dump();
 }

