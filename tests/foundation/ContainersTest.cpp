@@ -48,7 +48,6 @@ class NameTable : public HashTable<Item> {
             names.push_back(objects_[e]->name);
         return names;
     }
-    int Capacity() const { return capacity_; }
 };
 
 // Integer keys; Purge records the order in which objects are destroyed.
@@ -170,28 +169,6 @@ TEST(HashTable, ChainsSortByLengthThenNameAndCaseDecidesTheMatch) {
     EXPECT_EQ(exact.hash("Main", -1), hash("Main", 4, 0) & 0xFF);
     EXPECT_EQ(exact.Find("Main", -1), &main_name);
     EXPECT_EQ(exact.Find("MAIN", -1), nullptr);
-}
-
-TEST(HashTable, GrowsBy512AndRemovesKeepingOrderAndChains) {
-    int destroyed = 0;
-    {
-        NameTable table(1, 1, 4, 512);
-        for (int i = 0; i < 513; i++) EXPECT_EQ(table.Insert(new Item(i, &destroyed)), i);
-        EXPECT_EQ(table.Capacity(), 1024);
-        for (int i = 0; i < 513; i++) {
-            std::string name = "V" + std::to_string(i);
-            ASSERT_EQ(table.Find(name.c_str(), -1), table.Index(i)) << name;
-        }
-        delete table.Remove("V7", -1);
-        Item* first = table.Index(0);
-        EXPECT_EQ(table.Remove(first), first);
-        delete first;
-        EXPECT_EQ(table.First()->value, 1);
-        for (Item* n = table.First(); n != nullptr; n = table.Next()) {
-            ASSERT_EQ(table.Find(n->name.c_str(), -1), n) << n->name;
-        }
-    }
-    EXPECT_EQ(destroyed, 513);
 }
 
 TEST(SplayTree, FindNextPreviousAndRemove) {
