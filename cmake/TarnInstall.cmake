@@ -80,6 +80,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/editors/ftdetect/tnasm.vim
   DESTINATION ${CMAKE_INSTALL_DATADIR}/vim/vimfiles/ftdetect COMPONENT programs)
 install(FILES ${PROJECT_SOURCE_DIR}/editors/tnasm.tmLanguage.json
   ${PROJECT_SOURCE_DIR}/editors/package.json ${PROJECT_SOURCE_DIR}/editors/language-configuration.json
+  ${PROJECT_SOURCE_DIR}/editors/extension.js
   DESTINATION ${CMAKE_INSTALL_DATADIR}/tarn/editors COMPONENT programs)
 
 # ---- editor files ----
