@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <string>
 
 #include "driver/TarnApplication.h"
@@ -27,6 +28,9 @@ bool write_all(const std::string& bytes) {
 
 int main() {
     mpd_ieee_context(&Tarn_MPD_Context, 64);
+    // An editor that goes away closes the pipe: the next write then fails and the server ends
+    // with status 1, instead of being killed by the signal.
+    std::signal(SIGPIPE, SIG_IGN);
     tarn_lsp::LanguageServer server;
     char buffer[65536];
     while (!server.exited()) {
