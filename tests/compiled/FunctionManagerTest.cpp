@@ -1,5 +1,4 @@
-// Function table: the four ways to add a function, case-insensitive sorted chains, parameter
-// lists, the "func" section with the local tables inside it, and every read check.
+// Function table: case-insensitive sorted chains, the "func" section with the local tables inside it, and every read check.
 #include "compiled/FunctionManager.h"
 
 #include <gtest/gtest.h>
@@ -160,33 +159,6 @@ TEST(FunctionManager, LongAndHighByteNamesAreFoundInChainOrder) {
         EXPECT_EQ(loaded.Function_Get(name.c_str(), length)->index(), first) << name;
     }
     EXPECT_EQ(manager.Function_Get("function_name_abq", -1), nullptr);
-}
-
-TEST(FunctionManager, ParameterListsSayHowEachParameterIsPassed) {
-    struct Case {
-        const char* text;
-        std::vector<Parameter> parameters;
-    };
-    const Case cases[] = {
-        {"a, b var, c VAR, d x", {{"a", 0, 0}, {"b", 1, 1}, {"c", 1, 2}, {"d", 0, 3}}},
-        {"", {}},
-        {"a,,b", {{"a", 0, 0}, {"", 0, 1}, {"b", 0, 2}}},
-        {"  one\t var  ,two", {{"one", 1, 0}, {"two", 0, 1}}},
-        {"x variable", {{"x", 0, 0}}},
-        {"trailing,", {{"trailing", 0, 0}}},
-        {"Arg var", {{"Arg", 1, 0}}},
-    };
-    for (const Case& c : cases) {
-        Dictionary dictionary;
-        FunctionManager manager(&dictionary, 8);
-        Function* function = manager.Function_Add(0, 0, "f", -1, c.text, -1, 0);
-        EXPECT_EQ(parameters_of(function), c.parameters) << c.text;
-        EXPECT_EQ(function->variables()->Entries(), static_cast<int>(c.parameters.size()))
-            << c.text;
-        for (const Parameter& p : c.parameters) {
-            EXPECT_EQ(function->variables()->Seek(-1, p.name.c_str(), -1, nullptr), p.variable);
-        }
-    }
 }
 
 // The plain case of each message is reached through tndump in DumpApplicationTest; these rows

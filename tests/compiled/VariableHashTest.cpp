@@ -1,5 +1,5 @@
 // Variable hash tables: numbering, case-insensitive sorted chains, growth, the section body with
-// every read check, and the run-time subclasses.
+// every read check.
 #include "compiled/VariableHash.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +8,6 @@
 #include <string>
 
 #include "compiled/Dictionary.h"
-#include "compiled/SystemVariableHash.h"
 #include "foundation/Hash.h"
 #include "tests/compiled/TableFiles.h"
 #include "value/Variable.h"
@@ -155,59 +154,3 @@ TEST(VariableHash, LinksFromAFileAreNotTrusted) {
 }
 
 // ---- variables ----
-
-TEST(VariableHash, MakesVariablesOnDemandAndCopiesThem) {
-    Dictionary dictionary;
-    VariableHash table(&dictionary, 8, 64, 0);
-    declare(table, dictionary, "first");
-    declare(table, dictionary, "second");
-    EXPECT_EQ(table.Index(1, 0), nullptr);
-    EXPECT_STREQ(table.Index(1, 1)->name().c_str(), "second");
-    EXPECT_EQ(table.Index(2, 1), nullptr);
-    Variable* found = nullptr;
-    EXPECT_EQ(table.Find(&found, "FIRST", -1, 1), 1);
-    ASSERT_NE(found, nullptr);
-    found->SetValue("1", 1);
-
-    VariableHash shared(nullptr, &dictionary, table, false);
-    VariableHash cloned(nullptr, &dictionary, table, true);
-    EXPECT_EQ(shared.Index(0, 0), found);
-    ASSERT_NE(cloned.Index(0, 0), found);
-    EXPECT_STREQ(cloned.Index(0, 0)->value().c_str(), "1");
-    EXPECT_EQ(body_of(cloned), body_of(table));
-    cloned.Dump();
-
-    table.Dump();
-    EXPECT_EQ(table.Index(0, 0), nullptr);
-}
-
-TEST(SystemVariableHash, ScopesHideAndRestoreVariables) {
-    Dictionary dictionary;
-    SystemVariableHash table(&dictionary, 12, 512, 0);
-    Variable* outer = new Variable("x", 1);
-    EXPECT_EQ(table.Insert(outer), 0);
-    EXPECT_EQ(table.Pop(), 0);
-    auto current = [&]() {
-        Variable* found = nullptr;
-        table.Find(&found, "X", -1, 0);
-        return found;
-    };
-
-    table.Push();
-    Variable* inner = new Variable("X", 1);
-    EXPECT_EQ(table.Insert(inner), 0);  // same name, same number
-    EXPECT_EQ(table.Insert(new Variable("y", 1)), 1);
-    EXPECT_EQ(table.Version(), 1);
-    EXPECT_EQ(current(), inner);
-    table.Push();
-    table.Insert(new Variable("x", 1));
-    table.Insert(new Variable("x", 1));  // replaced twice in one scope
-    EXPECT_EQ(table.Pop(), 1);
-    EXPECT_EQ(current(), inner);
-    EXPECT_EQ(table.Pop(), 1);
-    EXPECT_EQ(current(), outer);
-    EXPECT_EQ(table.Index(1, 0), nullptr);  // "y" keeps its number but lost its variable
-    table.Push();  // left open: the destructor leaves it
-    table.Insert(new Variable("tmp", 3));
-    table.Dump();
-}

@@ -1,5 +1,5 @@
-// The block chain: block sizes from the two units, moving and copying chains, and taking the
-// result as one array.
+// The block chain: block sizes from the two units, the texts of numbers, moving and copying
+// chains, and taking the result as one array.
 #include "foundation/LinkBuffer.h"
 
 #include <cstring>
@@ -48,19 +48,6 @@ TEST(LinkBuffer, BlockSizesFollowTheUnits) {
     LinkBuffer exact(100, 10);
     exact.cat(first.data(), 100);  // a full unit still gets a block with room to spare
     EXPECT_EQ(blocks(exact), (std::vector<std::pair<int, int>>{{200, 100}}));
-}
-
-TEST(LinkBuffer, AdoptedBlocksTakeLaterAppends) {
-    LinkBuffer buffer(8, 8);
-    buffer.cat("ab", 2);
-    char* adopted = array_of("cde", 6);
-    buffer.cat_nocopy(adopted, 3, 6);
-    buffer.cat("fgh", 3);  // fills the adopted block's spare room
-    EXPECT_EQ(blocks(buffer), (std::vector<std::pair<int, int>>{{8, 2}, {6, 6}}));
-    buffer.prepend_nocopy(array_of("_", 1), 1, 1);
-    buffer.prepend("<", -1);
-    EXPECT_EQ(contents(buffer), "<_abcdefgh");
-    EXPECT_EQ(buffer.tail()->data, adopted);
 }
 
 TEST(LinkBuffer, NumbersHexAndVariablesAppendTheirText) {

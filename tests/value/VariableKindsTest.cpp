@@ -1,5 +1,4 @@
-// The other kinds of variable: references, read-only and computed values, the empty value,
-// callback variables and structures, and the list tables hand variables out in.
+// The other kinds of variable: references, read-only values and callback variables.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -131,23 +130,6 @@ TEST_F(Kinds, CallbackVariableTellsItsOwnerUntilDetached) {
     detached.Detach();
     detached.SetValue_Integer(3);
     EXPECT_EQ(owner.changes, 4);
-}
-
-TEST_F(Kinds, CallbackStructAsksItsOwnerOnceForEachMember) {
-    Owner owner;
-    Variable plain("record", -1);
-    Variable* structure = plain.Make_CallbackStruct(&owner);
-    Variable* known = structure->Element(AggregateIndex("known"), 0);
-    ASSERT_NE(known, nullptr);
-    EXPECT_EQ(Text(known->value()), "supplied");
-    EXPECT_EQ(structure->Element(AggregateIndex("KNOWN"), 0), known);
-    EXPECT_EQ(owner.asked, 1);
-    EXPECT_EQ(structure->Element(AggregateIndex("other"), 0), nullptr);
-    EXPECT_NE(structure->Element(AggregateIndex("other"), 1), nullptr);
-    EXPECT_EQ(structure->Element(1, 1), nullptr);
-    EXPECT_EQ(structure->ElementsUsed(), 2);
-
-    Variable::Release(structure);
 }
 
 // ---- lists ----
