@@ -1,4 +1,4 @@
-// The mnemonic table walked row by row through the real hash, and words that must be rejected.
+// The mnemonic table walked row by row through the real hash, and its size bits.
 #include "assembler/OpcodeLookup.h"
 
 #include <gtest/gtest.h>

@@ -122,45 +122,6 @@ TEST(FunctionManager, ChainsAreSortedByLengthThenCaseFolded) {
     EXPECT_EQ(manager.Function_Get("ac", -1), nullptr);
 }
 
-// Names that tie on their first 16 bytes, or differ only in case or in bytes above 127: every
-// lookup finds the first function of an equal name, and the chains written are walked by a
-// loader's rule (sorted, stopping at the first name after the one looked for) to the same one.
-TEST(FunctionManager, LongAndHighByteNamesAreFoundInChainOrder) {
-    const std::string letters = "aAz\x80\xff";
-    std::vector<std::string> names;
-    uint32_t seed = 7;
-    for (int i = 0; i < 400; i++) {
-        std::string name = i % 2 == 0 ? "function_name_ab" : "";
-        int length = 1 + static_cast<int>((seed = seed * 1103515245 + 12345) >> 16) % 19;
-        for (int k = 0; k < length; k++) {
-            name += letters[((seed = seed * 1103515245 + 12345) >> 16) % letters.size()];
-        }
-        names.push_back(name);
-    }
-    Dictionary dictionary;
-    FunctionManager manager(&dictionary, 2);
-    for (const std::string& name : names) {
-        manager.Function_Add(name.c_str(), static_cast<int>(name.size()), 0);
-    }
-    OpenContainer in(container_with(TAG_FUNC, func_of(manager)));
-    FunctionManager loaded(&dictionary, 2);
-    ASSERT_TRUE(loaded.Read(&in.file)) << loaded.error().c_str();
-    for (const std::string& name : names) {
-        int first = 0;
-        while (names[static_cast<size_t>(first)].size() != name.size() ||
-               memcmpi(names[static_cast<size_t>(first)].data(), name.data(),
-                       static_cast<int>(name.size())) != 0) {
-            first++;
-        }
-        const int length = static_cast<int>(name.size());
-        ASSERT_NE(manager.Function_Get(name.c_str(), length), nullptr) << name;
-        EXPECT_EQ(manager.Function_Get(name.c_str(), length)->index(), first) << name;
-        ASSERT_NE(loaded.Function_Get(name.c_str(), length), nullptr) << name;
-        EXPECT_EQ(loaded.Function_Get(name.c_str(), length)->index(), first) << name;
-    }
-    EXPECT_EQ(manager.Function_Get("function_name_abq", -1), nullptr);
-}
-
 // The plain case of each message is reached through tndump in DumpApplicationTest; these rows
 // are the bounds of the checks and the cut-off records.
 TEST(FunctionManager, ChecksEachFieldInOrderAndKeepsItsTableOnFailure) {

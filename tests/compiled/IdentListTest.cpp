@@ -1,4 +1,4 @@
-// Identifier list: the flat "idnt" section, its 8192-byte growth, the read cursor and the reader.
+// Identifier list: the flat "idnt" section, the read cursor and the reader.
 #include "compiled/IdentList.h"
 
 #include <gtest/gtest.h>

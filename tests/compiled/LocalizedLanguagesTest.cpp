@@ -1,6 +1,5 @@
 // Localization tables: the language table and its indexes, the tag-0 index of old files, lazy
-// loading, the current-language lookup with its fallback, and every read
-// check of "locl" and of an index section.
+// loading, and every read check of "locl" and of an index section.
 #include "compiled/LocalizedLanguages.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-// Code segments: growth steps, little-endian operands, the section "segs" with its checks, and
-// the listing.
+// Code segments: the section "segs" with its checks, and the listing.
 #include "compiled/SegmentManager.h"
 
 #include <gtest/gtest.h>
@@ -32,20 +31,6 @@ const Bytes TWO_SEGMENTS = {
 // clang-format on
 
 }  // namespace
-
-TEST(Segment, StoresOperandsLittleEndianAndReadsWithinLength) {
-    Segment segment(3);
-    int at = segment.Write_Word(0, 0x8003);
-    at = segment.Write_Double(at, 1.5);
-    at = segment.Write_Byte(at, 0x1FF);
-    EXPECT_EQ(static_cast<unsigned char>(segment.data()[10]), 0xFF);  // the low byte of 0x1FF
-    unsigned value = 0;
-    double real = 0;
-    EXPECT_EQ(segment.Read_Double(2, &real), 10);
-    EXPECT_EQ(real, 1.5);
-    EXPECT_EQ(segment.Read_Word(segment.length() - 1, &value), -1);
-    EXPECT_EQ(segment.Read_Dword(-1, &value), -1);
-}
 
 // Ordinary instructions are listed in the golden cases; these are the corners of the listing.
 TEST(Segment, ListsInstructionsByTheirShapeBits) {

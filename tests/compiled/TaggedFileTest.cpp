@@ -1,5 +1,6 @@
-// Tagged container: the exact bytes written, every read check with its message, the lookup
-// fallback and the directory growth step. Failing file operations are injected through the
+// Tagged container: the exact bytes written, every read check with its message and the
+// directory growth step; the lookup fallback is pinned where the loader relies on it, in
+// LocalizedLanguagesTest. Failing file operations are injected through the
 // whole program in FailureInjectionTest.
 #include "compiled/TaggedFile.h"
 
@@ -124,25 +125,6 @@ TEST(TaggedFile, ReadsBackSequentiallyAndAtRandom) {
     ASSERT_TRUE(file.Section_Read_Start(TAG_SEGS));
     EXPECT_EQ(file.Section_Read(buf, -1), -1);
     EXPECT_STREQ(file.error().c_str(), "Invalid size");
-}
-
-TEST(TaggedFile, UnknownTagFallsBackToCurrentSectionUntilReadEnd) {
-    OpenContainer in(SMALL_FILE);
-    ASSERT_TRUE(in.opened);
-    TaggedFile& file = in.file;
-    char buf[4] = {};
-    ASSERT_TRUE(file.Section_Read_Start(TAG_SEGS));
-    // "func" is not in the file: the current "segs" section is read again, silently.
-    int size = 0;
-    ASSERT_TRUE(file.Section_Read_Start(TAG_FUNC, &size));
-    EXPECT_EQ(size, 2);
-    EXPECT_EQ(file.Section_Read(buf, 4), 2);
-    EXPECT_EQ(std::string(buf, 2), "XY");
-    EXPECT_EQ(file.Section_Read(TAG_IDNT, 0, buf, 1), 1);
-    EXPECT_EQ(buf[0], 'X');
-    file.Section_Read_End();
-    EXPECT_FALSE(file.Section_Read_Start(TAG_FUNC));
-    EXPECT_STREQ(file.error().c_str(), "Invalid section");
 }
 
 TEST(TaggedFile, DirectoryGrowsPastSixteenEntries) {

@@ -1,5 +1,5 @@
 // tndump over hand-made files: every reader check of the loader ends the run with that reader's
-// own message as "tndump: message" and status 1, and a sound file prints in each mode.
+// own message as "tndump: message" and status 1.
 #include <gtest/gtest.h>
 
 #include <map>
