@@ -8,24 +8,11 @@
 #include "compiled/Function.h"
 #include "compiled/FunctionManager.h"
 #include "compiled/FunctionParameter.h"
+#include "compiled/TableSupport.h"
 #include "compiled/TaggedFile.h"
 #include "platform/UNIXFileManager.h"
 
 namespace {
-
-// The function table's hash width; the reader takes whatever the file holds.
-constexpr int FUNCTION_BUCKET_BITS = 8;
-
-// Qualifier bits of a function, in the order a .function line would name them.
-struct Qualifier {
-    int bit;
-    const char* name;
-};
-constexpr Qualifier QUALIFIERS[] = {
-    {0x01, "external"},           {0x02, "compresswhitespace"},
-    {0x04, "erroroutputlevelon"}, {0x08, "erroroutputleveloff"},
-    {0x10, "stdoutinherit"},      {0x20, "private"},
-};
 
 int fail(const char* program, const String& message) {
     std::fprintf(stderr, "%s: %s\n", program, message.c_str());
@@ -44,7 +31,8 @@ void print_function(Function* function) {
     }
     std::printf(")");
     if (function->segment() >= 0) std::printf(" segment %d", function->segment());
-    for (const Qualifier& qualifier : QUALIFIERS) {
+    if ((function->flags() & FUNCTION_EXTERNAL) != 0) std::printf(" external");
+    for (const FunctionQualifier& qualifier : FUNCTION_QUALIFIERS) {
         if ((function->flags() & qualifier.bit) != 0) std::printf(" %s", qualifier.name);
     }
     std::printf("\n");
@@ -65,7 +53,7 @@ int main(int argc, char** argv) {
 
     Dictionary dictionary;
     if (!dictionary.Read(&file)) return fail(program, dictionary.error());
-    FunctionManager functions(&dictionary, FUNCTION_BUCKET_BITS);
+    FunctionManager functions(&dictionary, FUNCTION_TABLE_BUCKET_BITS);
     if (!functions.Read(&file)) return fail(program, functions.error());
 
     std::printf("version %d.%d, %d functions\n", file.version() >> 16, file.version() & 0xFFFF,
