@@ -424,8 +424,8 @@ FormatCounts AssemblerParser::Counts() {
         localized_languages_.WrittenSize(file_version_, &language_sections);
     counts.file_bytes = TF_HEADER_SIZE + dictionary_.WrittenSize() + global_hash_->WrittenSize() +
                         system_hash_->WrittenSize() + function_manager_->WrittenSize() +
-                        segment_manager_->WrittenSize() + ident_list_.length() + language_bytes +
-                        localized_dictionary_.WrittenSize() +
+                        segment_manager_->WrittenSize() + ident_list_.WrittenSize() +
+                        language_bytes + localized_dictionary_.WrittenSize() +
                         TF_DIRECTORY_ENTRY_SIZE * static_cast<int64_t>(7 + language_sections);
     return counts;
 }

@@ -3,6 +3,8 @@
 #ifndef TARN_COMPILED_IDENTLIST_H
 #define TARN_COMPILED_IDENTLIST_H
 
+#include <cstdint>
+
 #include "foundation/String.h"
 
 class TaggedFile;
@@ -29,6 +31,8 @@ class IdentList {
 
     // Writes the "idnt" section, also when the list is empty.
     bool Write(TaggedFile* file);
+    // The bytes Write sends: the texts with their zero bytes, nothing else.
+    int64_t WrittenSize() const { return length_; }
     // Empties the list and reads the "idnt" section of 'file' in its place; after a failure the
     // list stays empty.
     bool Read(TaggedFile* file);
