@@ -19,7 +19,10 @@ AssemblerApplication::AssemblerApplication(int argc, char** argv)
     : ConsoleApplication(argc, argv),
       output_file_name_(DEFAULT_OUTPUT_FILE),
       input_index_(argc),
-      header_identifier_() {}
+      header_identifier_(),
+      source_(nullptr),
+      source_path_(nullptr),
+      source_change_reported_(false) {}
 
 AssemblerApplication::~AssemblerApplication() {}
 
@@ -63,6 +66,15 @@ int AssemblerApplication::Go() {
         ArgumentError(message);
         return 1;
     }
+    // Writing the output would destroy the source before a byte of it was read.
+    if (files->IsSameFile(output_file_name_, source)) {
+        String message("Unable to create '");
+        message.cat(output_file_name_);
+        message.cat("': It is the source file");
+        ArgumentError(message);
+        delete source;
+        return 1;
+    }
     int status = Assemble(source, path);
     delete source;
     return status;
@@ -74,8 +86,11 @@ bool AssemblerApplication::ValidateOptions() {
     return false;
 }
 
+// An error found in a source that changed while it was read is an error of the change: the
+// bytes it names are no longer the source's.
 int AssemblerApplication::AssembleError(ErrorCode code, const char* file, int line,
                                         const String& message) {
+    if (SourceChanged()) return 0;
     String report(file != nullptr ? file : "");
     report.cat(':');
     char* number = itos(line);
@@ -112,11 +127,31 @@ int AssemblerApplication::Assemble(File* source, const char* path) {
         }
         status = parser->ArgumentError(message);
     }
+    source_ = source;
+    source_path_ = path;
     if (status == 0) status = parser->Start();
+    // Everything the parser keeps is copied out of the source by now: a change after this
+    // point cannot reach the compiled file.
+    if (SourceChanged()) status = 1;
+    source_ = nullptr;
     if (status == 0) status = parser->Resolve();
     if (status == 0) status = parser->Write(output_file_name_, header_identifier_);
     delete parser;
     return status == 0 ? 0 : 1;
+}
+
+// True when the source being read is no longer what it was when it was opened (cut short by
+// another program, say); the first time, it is reported as the run's one error.
+bool AssemblerApplication::SourceChanged() {
+    if (source_ == nullptr || !source_->Changed()) return false;
+    if (!source_change_reported_) {
+        source_change_reported_ = true;
+        String message("Unable to read '");
+        message.cat(source_path_);
+        message.cat("': File changed while being read");
+        ArgumentError(message);
+    }
+    return true;
 }
 
 const char* AssemblerApplication::UsageText() const {

@@ -37,10 +37,15 @@ class AssemblerApplication : public ConsoleApplication {
   private:
     int Assemble(File* source, const char* path);
     const char* UsageText() const override;
+    bool SourceChanged();
 
     const char* output_file_name_;
     int input_index_;
     unsigned char header_identifier_[HEADER_IDENTIFIER_SIZE];
+    // The source while it is read, for the reports about it.
+    File* source_;
+    const char* source_path_;
+    bool source_change_reported_;
 };
 
 #endif

@@ -8,6 +8,7 @@
 
 #include "driver/TarnApplication.h"
 #include "driver/UNIXAssemblerApplication.h"
+#include "foundation/OutOfMemory.h"
 
 int main(int argc, char** argv) {
 #ifdef __GLIBC__
@@ -21,6 +22,7 @@ int main(int argc, char** argv) {
     // and keeps ever larger freed blocks.
     (void)mallopt(M_MMAP_THRESHOLD, 128 * 1024);
 #endif
+    tarn_report_out_of_memory();
     mpd_ieee_context(&Tarn_MPD_Context, 64);
     UNIXAssemblerApplication application(argc, argv);
     return application.Go();

@@ -4,8 +4,10 @@
 
 #include "driver/TarnApplication.h"
 #include "driver/UNIXDumpApplication.h"
+#include "foundation/OutOfMemory.h"
 
 int main(int argc, char** argv) {
+    tarn_report_out_of_memory();
     mpd_ieee_context(&Tarn_MPD_Context, 64);
     UNIXDumpApplication application(argc, argv);
     return application.Go();

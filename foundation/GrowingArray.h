@@ -10,6 +10,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "foundation/OutOfMemory.h"
+
 template <typename T>
 class GrowingArray {
     static_assert(std::is_trivially_copyable<T>::value, "values are moved as bytes");
@@ -55,11 +57,11 @@ class GrowingArray {
     }
 
   private:
-    // Like the library's containers built without exceptions, gives up when memory runs out.
+    // Ends the program with the out-of-memory report when memory runs out, as operator new does.
     void Reserve(size_t capacity) {
         if (capacity <= capacity_) return;
         void* grown = std::realloc(data_, capacity * sizeof(T));
-        if (grown == nullptr) std::abort();
+        if (grown == nullptr) tarn_out_of_memory();
         data_ = static_cast<T*>(grown);
         capacity_ = capacity;
     }

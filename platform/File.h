@@ -32,6 +32,17 @@ class File {
     // The resulting offset, or -1 on failure.
     virtual int64_t Seek(int64_t offset) = 0;
     virtual const String& error() = 0;
+
+    // True when the bytes under the view are no longer the file's: the file shrank below the
+    // view's end while it was read, or a page of the view could not be read at all (such a page
+    // reads as zero bytes). A file held in memory never changes.
+    virtual bool Changed() { return false; }
+    // The device and file number that tell this file apart from every other, when known.
+    virtual bool Identity(uint64_t* device, uint64_t* inode) {
+        (void)device;
+        (void)inode;
+        return false;
+    }
 };
 
 #endif

@@ -21,6 +21,13 @@ class FileManager {
     // The manager may close the descriptor of an idle file and reopen it on next use.
     virtual void DeactivateFile(File* file) = 0;
     virtual const String& error() = 0;
+    // True when 'path' names the open 'file' itself, under whatever spelling (another relative
+    // path, a hard link, a symbolic link); false when it names no file or another one.
+    virtual bool IsSameFile(const char* path, File* file) {
+        (void)path;
+        (void)file;
+        return false;
+    }
 };
 
 #endif

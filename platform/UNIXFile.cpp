@@ -4,12 +4,52 @@
 
 #include <cerrno>
 #include <climits>
+#include <csignal>
+#include <cstdint>
 #include <cstring>
 
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+namespace {
+
+// A mapped file that another process cuts short loses the pages past its new end, and reading
+// one raises SIGBUS, which would end the program without a word. The handler lays a page of
+// zeros where the lost one was, so that the reader goes on to the view's end, and leaves a mark
+// that the file object reads afterwards: a signal handler can hand nothing to anybody but
+// through a flag of its own, so this one flag is kept for the whole process. Only one view is
+// read at a time, and each new view starts with the flag cleared.
+volatile sig_atomic_t mapped_page_lost = 0;
+
+void on_bus_error(int signal_number, siginfo_t* info, void* context) {
+    (void)context;
+    if (info->si_code == BUS_ADRERR) {
+        long page = ::sysconf(_SC_PAGESIZE);
+        if (page <= 0) page = 4096;
+        uintptr_t address = reinterpret_cast<uintptr_t>(info->si_addr);
+        void* start = reinterpret_cast<void*>(address - address % static_cast<uintptr_t>(page));
+        if (::mmap(start, static_cast<size_t>(page), PROT_READ,
+                   MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) != MAP_FAILED) {
+            mapped_page_lost = 1;
+            return;
+        }
+    }
+    // Any other bus error ends the program as it would have without the handler.
+    ::signal(signal_number, SIG_DFL);
+}
+
+void catch_lost_pages() {
+    struct sigaction action;
+    std::memset(&action, 0, sizeof action);
+    action.sa_sigaction = on_bus_error;
+    action.sa_flags = SA_SIGINFO;
+    sigemptyset(&action.sa_mask);
+    (void)::sigaction(SIGBUS, &action, nullptr);
+}
+
+}  // namespace
 
 UNIXFile::UNIXFile(int fd, const char* path, int flags)
     : fd_(fd),
@@ -18,7 +58,9 @@ UNIXFile::UNIXFile(int fd, const char* path, int flags)
       saved_position_(0),
       view_(nullptr),
       mapping_(nullptr),
-      mapping_size_(0) {}
+      mapping_size_(0),
+      view_end_(0),
+      copy_cut_short_(false) {}
 
 UNIXFile::~UNIXFile() {
     Release();
@@ -58,8 +100,12 @@ const char* UNIXFile::Map(int64_t offset, int64_t length) {
     if (page <= 0) page = 4096;
     int64_t lead = offset % page;
     size_t size = static_cast<size_t>((lead + length + 1 + page - 1) / page * page);
+    view_end_ = offset + length;
+    copy_cut_short_ = false;
+    mapped_page_lost = 0;
     void* base = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (base != MAP_FAILED) {
+        catch_lost_pages();
         if (lead + length == 0 ||
             ::mmap(base, static_cast<size_t>(lead + length), PROT_READ, MAP_PRIVATE | MAP_FIXED,
                    fd_, static_cast<off_t>(offset - lead)) != MAP_FAILED) {
@@ -86,8 +132,10 @@ const char* UNIXFile::Copy(int64_t offset, int64_t length) {
             delete[] view;
             return nullptr;
         }
-        // The file shrank since Length: the view keeps the size it was asked for.
+        // The file shrank since Length: the view keeps the size it was asked for, and Changed()
+        // tells.
         if (n == 0) {
+            copy_cut_short_ = true;
             std::memset(view + done, 0, static_cast<size_t>(length - done));
             break;
         }
@@ -112,6 +160,22 @@ void UNIXFile::Discard(int64_t offset, int64_t length) {
     if (to > from) {
         (void)::madvise(mapping_ + from, static_cast<size_t>(to - from), MADV_DONTNEED);
     }
+}
+
+bool UNIXFile::Changed() {
+    if (view_ == nullptr) return false;
+    if (copy_cut_short_ || (mapping_ != nullptr && mapped_page_lost != 0)) return true;
+    // A file cut short inside its last page loses no page, but the rest of that page now reads
+    // as zeros; and one cut short past what was read yet may never have been touched there.
+    return mapping_ != nullptr && Length() < view_end_;
+}
+
+bool UNIXFile::Identity(uint64_t* device, uint64_t* inode) {
+    struct stat st;
+    if (!Activate() || ::fstat(fd_, &st) != 0) return false;
+    *device = static_cast<uint64_t>(st.st_dev);
+    *inode = static_cast<uint64_t>(st.st_ino);
+    return true;
 }
 
 void UNIXFile::Release() {

@@ -1,5 +1,6 @@
 // A file of the UNIX file manager: a POSIX descriptor, and a read-only mapping of the file (or a
-// heap copy where mapping fails) as the view that the tokenizer scans.
+// heap copy where mapping fails) as the view that the tokenizer scans. A file cut short under
+// the mapping costs no crash: the pages it lost read as zeros, and Changed() tells.
 #ifndef TARN_PLATFORM_UNIXFILE_H
 #define TARN_PLATFORM_UNIXFILE_H
 
@@ -27,6 +28,8 @@ class UNIXFile : public File {
     int Write(const void* bytes, int count) override;
     int64_t Seek(int64_t offset) override;
     const String& error() override { return error_; }
+    bool Changed() override;
+    bool Identity(uint64_t* device, uint64_t* inode) override;
 
     // Closes the descriptor but keeps the place; the next operation reopens the file there.
     void Deactivate();
@@ -46,6 +49,10 @@ class UNIXFile : public File {
     char* view_;
     char* mapping_;
     size_t mapping_size_;
+    // Where the view ends in the file, and whether the file was found shorter than that while
+    // the view was copied.
+    int64_t view_end_;
+    bool copy_cut_short_;
     String error_;
 };
 

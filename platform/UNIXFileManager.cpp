@@ -1,13 +1,16 @@
-// UNIX file manager: translates the mode bits into open flags and refuses what is no file.
+// UNIX file manager: translates the mode bits into open flags, reads streams to their end, and
+// refuses what is no file.
 #include "platform/UNIXFileManager.h"
 
 #include <cerrno>
 #include <cstring>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/StreamFile.h"
 #include "platform/UNIXFile.h"
 
 namespace {
@@ -15,7 +18,8 @@ namespace {
 // Permissions of a created file before the process umask, as for any ordinary file.
 constexpr mode_t CREATE_PERMISSIONS = 0666;
 
-// Refusal of a pipe, socket or block device: the file layer measures, maps and seeks its files.
+// Refusal of a block device, or of a pipe to be written: the file layer measures, maps and seeks
+// the files it writes.
 const char* const NOT_A_FILE = "Not a regular file";
 
 int open_flags(int mode) {
@@ -57,7 +61,25 @@ File* UNIXFileManager::Open(const char* path, int mode) {
         ::close(fd);
         return nullptr;
     }
-    // Character devices stay usable (/dev/null, /dev/full), with their own read and write errors.
+    // A pipe, FIFO or character device to be read is read to its end now. A FIFO opened
+    // without waiting may have no writer yet, and would read as empty: wait for one first, as
+    // opening it the ordinary way would.
+    const bool stream = S_ISFIFO(st.st_mode) || S_ISCHR(st.st_mode);
+    if (stream && (mode & FILE_MODE_WRITE) == 0) {
+        if (S_ISFIFO(st.st_mode) && !WaitForWriter(fd)) {
+            error_.assign(std::strerror(errno));
+            ::close(fd);
+            return nullptr;
+        }
+        if (::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK) != 0) {
+            error_.assign(std::strerror(errno));
+            ::close(fd);
+            return nullptr;
+        }
+        return StreamFile::ReadAll(fd, &error_);
+    }
+    // Character devices stay usable for writing (/dev/null, /dev/full), with their own write
+    // errors.
     if (!S_ISREG(st.st_mode) && !S_ISCHR(st.st_mode)) {
         error_.assign(NOT_A_FILE);
         ::close(fd);
@@ -69,6 +91,26 @@ File* UNIXFileManager::Open(const char* path, int mode) {
         return nullptr;
     }
     return new UNIXFile(fd, path, flags);
+}
+
+// Returns once the FIFO has something to read or its writer has come and gone.
+bool UNIXFileManager::WaitForWriter(int fd) {
+    struct pollfd wait = {fd, POLLIN, 0};
+    for (;;) {
+        int n = ::poll(&wait, 1, -1);
+        if (n > 0) return true;
+        if (n < 0 && errno != EINTR) return false;
+    }
+}
+
+bool UNIXFileManager::IsSameFile(const char* path, File* file) {
+    struct stat st;
+    uint64_t device = 0;
+    uint64_t inode = 0;
+    if (path == nullptr || file == nullptr || ::stat(path, &st) != 0 ||
+        !file->Identity(&device, &inode))
+        return false;
+    return static_cast<uint64_t>(st.st_dev) == device && static_cast<uint64_t>(st.st_ino) == inode;
 }
 
 void UNIXFileManager::DeactivateFile(File* file) {

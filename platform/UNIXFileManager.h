@@ -17,15 +17,19 @@ class UNIXFileManager : public FileManager {
     UNIXFileManager(const UNIXFileManager&) = delete;
     UNIXFileManager& operator=(const UNIXFileManager&) = delete;
 
-    // Directories, pipes, sockets and block devices are refused: the file layer measures, maps
-    // and seeks its files. Character devices are kept.
+    // Pipes, FIFOs and character devices opened for reading are read to their end and held in
+    // memory. Directories, sockets and block devices are refused, and so are pipes and FIFOs
+    // opened for writing: the file layer measures, maps and seeks the files it writes.
     File* Open(const char* path, int mode) override;
     void DeactivateFile(File* file) override;
     const String& error() override { return error_; }
+    bool IsSameFile(const char* path, File* file) override;
 
     TarnApplication* owner() const { return owner_; }
 
   private:
+    static bool WaitForWriter(int fd);
+
     TarnApplication* owner_;
     String error_;
 };
