@@ -82,36 +82,30 @@ class FileEdgesTest : public ::testing::Test {
 
 // The file layer's hook for a source cut short by another program: the source is cut to 'keep'
 // bytes as soon as it is mapped, before the tokenizer reads a byte of it.
-class CuttingApplication : public UNIXAssemblerApplication {
-  public:
+struct CutFile : UNIXFile {
+    CutFile(const char* name, off_t size)
+        : UNIXFile(open(name, O_RDONLY | O_CLOEXEC), name, O_RDONLY), path(name), keep(size) {}
+    const char* Map(int64_t offset, int64_t length) override {
+        const char* view = UNIXFile::Map(offset, length);
+        EXPECT_EQ(truncate(path.c_str(), keep), 0);
+        return view;
+    }
+    std::string path;
+    off_t keep;
+};
+struct CuttingFiles : UNIXFileManager {
+    explicit CuttingFiles(off_t size) : UNIXFileManager(nullptr), keep(size) {}
+    File* Open(const char* path, int mode) override {
+        return mode == FILE_MODE_READ ? new CutFile(path, keep) : UNIXFileManager::Open(path, mode);
+    }
+    off_t keep;
+};
+struct CuttingApplication : UNIXAssemblerApplication {
     CuttingApplication(CommandLineWords* line, off_t keep)
         : UNIXAssemblerApplication(static_cast<int>(line->words.size()), line->argv.data()),
-          files_(keep) {}
-    FileManager* filemanager() override { return &files_; }
-
-  private:
-    class CutFile : public UNIXFile {
-      public:
-        CutFile(int fd, const char* path, off_t keep)
-            : UNIXFile(fd, path, O_RDONLY), path_(path), keep_(keep) {}
-        const char* Map(int64_t offset, int64_t length) override {
-            const char* view = UNIXFile::Map(offset, length);
-            EXPECT_EQ(truncate(path_.c_str(), keep_), 0);
-            return view;
-        }
-        std::string path_;
-        off_t keep_;
-    };
-    class CuttingFiles : public UNIXFileManager {
-      public:
-        explicit CuttingFiles(off_t keep) : UNIXFileManager(nullptr), keep_(keep) {}
-        File* Open(const char* path, int mode) override {
-            if (mode != FILE_MODE_READ) return UNIXFileManager::Open(path, mode);
-            return new CutFile(open(path, O_RDONLY | O_CLOEXEC), path, keep_);
-        }
-        off_t keep_;
-    };
-    CuttingFiles files_;
+          files(keep) {}
+    FileManager* filemanager() override { return &files; }
+    CuttingFiles files;
 };
 
 }  // namespace

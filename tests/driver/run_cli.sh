@@ -54,24 +54,11 @@ expect_no_file out.tnc
 
 # ---- which file is opened ----
 
-begin "missing input file"
-run 1 "" $'tnasm: Unable to open \'missing.s\': No such file or directory\n' -- "$TNASM" missing.s
-
-begin "empty file name"
-run 1 "" $'tnasm: Unable to open \'\': No such file or directory\n' -- "$TNASM" ""
-
-begin "directory as input"
-mkdir adir
-run 1 "" $'tnasm: Unable to open \'adir\': Is a directory\n' -- "$TNASM" adir
-
 begin "options after the file name are not looked at"
 run 1 "" $'tnasm: Unable to open \'in.s\': No such file or directory\n' -- "$TNASM" in.s -o out.tnc --bogus
 
 begin "-ofoo takes the next argument; the first operand after it is the input"
 run 1 "" $'tnasm: Unable to open \'y\': No such file or directory\n' -- "$TNASM" -ofoo x y in.s
-
-begin "lone - is skipped"
-run 1 "" $'tnasm: Unable to open \'in.s\': No such file or directory\n' -- "$TNASM" - in.s
 
 begin "only the first file is opened"
 run 1 "" $'tnasm: Unable to open \'a.s\': No such file or directory\n' -- "$TNASM" a.s b.s
