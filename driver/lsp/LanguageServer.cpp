@@ -70,20 +70,16 @@ const std::pair<const char*, bool> DIRECTIVES[] = {
     {"version", false},  {"ident", false},      {"disable_logging", false},
 };
 
-const char* const QUALIFIERS[] = {"external",           "internal",      "compresswhitespace",
-                                  "erroroutputlevelon", "erroroutputleveloff",
-                                  "stdoutinherit",      "private"};
-
 const char* kind_name(int kind) {
     switch (kind) {
-        case 0: return "integer";
-        case 1: return "number";
-        case 2: return "string constant";
-        case 3: return "system variable";
-        case 4: return "global variable";
-        case 5: return "local variable";
-        case 7: return "label";
-        case 8: return "function";
+        case OPERAND_INTEGER: return "integer";
+        case OPERAND_NUMBER: return "number";
+        case OPERAND_STRING: return "string constant";
+        case OPERAND_SYSTEM: return "system variable";
+        case OPERAND_GLOBAL: return "global variable";
+        case OPERAND_LOCAL: return "local variable";
+        case OPERAND_LABEL: return "label";
+        case OPERAND_FUNCTION: return "function";
         default: return "none";
     }
 }
@@ -825,7 +821,10 @@ json LanguageServer::State::Completion(const OpenDocument& open, Position positi
             }
         }
     } else if (slot == Slot::QUALIFIER && !dotted) {
-        for (const char* qualifier : QUALIFIERS) add(qualifier, ITEM_KEYWORD, "function qualifier");
+        add("external", ITEM_KEYWORD, "function qualifier");
+        add("internal", ITEM_KEYWORD, "function qualifier");
+        for (const FunctionQualifier& qualifier : FUNCTION_QUALIFIERS)
+            add(qualifier.name, ITEM_KEYWORD, "function qualifier");
     } else if (slot == Slot::PARAMETER_TYPE && !dotted) {
         add("value", ITEM_KEYWORD, "parameter type");
         add("reference", ITEM_KEYWORD, "parameter type");
