@@ -61,7 +61,6 @@ TEST(Crc32, Bzip2CheckValueAtOnceAndInParts) {
     EXPECT_EQ(crc_of("123456789"), 0xFC891918u);
     unsigned crc = crc32_data(crc32_init(), bytes("1234"), 4);
     EXPECT_EQ(crc32_final(crc32_data(crc, bytes("56789"), 5)), 0xFC891918u);
-    EXPECT_EQ(crc32_data(0x1234u, nullptr, 5), 0x1234u);
 }
 
 TEST(Base64, EncodesWithPaddingAndDecodesLeniently) {
@@ -77,7 +76,6 @@ TEST(Base64, EncodesWithPaddingAndDecodesLeniently) {
     EXPECT_EQ(encode("\xFB\xFF"), "+/8=");
     EXPECT_EQ(decode("Zm9vYg"), "foob");  // padding is optional
     EXPECT_EQ(decode("Zm9vY"), "foo");    // a lone last character is dropped
-    EXPECT_EQ(tn_base64_decode(nullptr, nullptr, 4), 0);
 }
 
 TEST(MD5, DigestAcrossThePaddingBoundaryAndInBlocks) {

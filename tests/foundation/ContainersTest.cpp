@@ -108,21 +108,6 @@ TEST(List, InsertRemoveAndTheCursor) {
     EXPECT_EQ(list.Last(), nullptr);
 }
 
-TEST(List, OwnershipDecidesWhatDumpDestroys) {
-    int destroyed = 0;
-    {
-        List<Item> owning(1);
-        for (int i = 0; i < 3; i++) owning.Insert(new Item(i, &destroyed), LIST_TAIL);
-        Item* kept = owning.Remove(LIST_HEAD);
-        owning.Dump();
-        EXPECT_EQ(destroyed, 2);
-        EXPECT_EQ(owning.Entries(), 0);
-        delete kept;
-        owning.Insert(new Item(9, &destroyed), LIST_TAIL);
-    }
-    EXPECT_EQ(destroyed, 4);  // the destructor dumps what is left
-}
-
 TEST(Stack, PopAtAPeekedNodeRemovesTheNodesAbove) {
     for (int owner : {0, 1}) {
         int destroyed = 0;
