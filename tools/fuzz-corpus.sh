@@ -5,7 +5,6 @@
 #
 #   parser, source   every golden source and example, good and bad
 #   reader           the compiled file of every source that assembles
-#   roundtrip        fixed byte strings: each picks a seed and a program shape
 set -euo pipefail
 if [ $# -ne 1 ] || [ ! -x "$1" ]; then
   echo "usage: $0 path/to/tnasm" >&2
@@ -17,7 +16,7 @@ CORPUS=fuzz/corpus
 WORK=$(mktemp -d "${TMPDIR:-/tmp}/tnasm-corpus.XXXXXX")
 trap 'rm -rf "$WORK"' EXIT
 
-for target in parser source reader roundtrip; do
+for target in parser source reader; do
   mkdir -p "$CORPUS/$target"
   find "$CORPUS/$target" -type f ! -name 'regress-*' -delete
 done
@@ -32,10 +31,4 @@ for source in tests/golden/*.s examples/*.s; do
   fi
 done
 
-# 64 bytes each: the first four are the seed, the rest the shape's numbers.
-for i in $(seq 0 15); do
-  bytes=""
-  for k in $(seq 0 63); do bytes="$bytes\\$(printf '%03o' $(((i * 37 + k * 11) % 256)))"; done
-  printf "$bytes" > "$CORPUS/roundtrip/seed-$i"
-done
-echo "corpora: $(for t in parser source reader roundtrip; do printf '%s %s  ' "$t" "$(ls "$CORPUS/$t" | wc -l)"; done)"
+echo "corpora: $(for t in parser source reader; do printf '%s %s  ' "$t" "$(ls "$CORPUS/$t" | wc -l)"; done)"

@@ -41,22 +41,18 @@ TEST(Parser, CallsOneOperationPerStatementPiece) {
         {"pop pop", "opcode 0x000B 0\nopcode 0x000B 0\n"},
         {".global g \"G\"\n.system s \"S\"\n.local l \"L\"\n.string t \"T\\0a\"",
          "global 'g' 'G'\nsystem 's' 'S'\nlocal 'l' 'L'\nstring 't' 'T\n'\n"},
-        {".parameter p \"x\"\n", "parameter 'p' 'x' 0\n"},
         {".parameter p \"x\" value .parameter q \"y\" reference",
          "parameter 'p' 'x' 0\nparameter 'q' 'y' 1\n"},
         {".function f private external\n", "function 'f' 0x21\n"},
         {".function f external internal stdoutinherit\n", "function 'f' 0x10\n"},
         {".function f compresswhitespace erroroutputlevelon \"\" erroroutputleveloff\n",
          "function 'f' 0x0E\n"},
-        {". function f\n.endfunction", "function 'f' 0x00\nendfunction\n"},
         // The end of input closes a .function line whose last qualifier is valid.
         {".function f private", "function 'f' 0x20\n"},
-        {".function f \"q\"", "function 'f' 0x00\n"},
         {".version\n", "version 'version'\n"},
         // An empty second string reuses the one of the statement before.
         {".localized \"x\" \"y\" \"z\"\n.localized \"a\" \"\" \"c\"\n",
          "localized 'z'\nlangentry 'x' 'y' 40\nlocalized 'c'\nlangentry 'a' 'y' 41\n"},
-        {".localized \"en\" \"\" \"\"", "localized ''\nlangentry 'en' '' 40\n"},
         {"pop\0 , , ,"s, "opcode 0x000B 0\n"},
         // A zero byte is read as the end of input and the reading goes on behind it: only
         // .version takes that end as its token and carries on, and a .function line closes
@@ -82,20 +78,16 @@ TEST(Parser, ReportsEachGrammarErrorWithItsLine) {
         {"pop\npop # rest\nof file",
          "error 314 line 2: Unrecognized directive or punctuation mark: # rest\nof file"},
         {"pop # x\0tail"s, "error 314 line 1: Unrecognized directive or punctuation mark: # x"},
-        {"pop -x", "error 314 line 1: Unrecognized directive or punctuation mark: x"},
         // 315: one-operand mnemonics are back at a statement start after their operand.
         {"pushl a b", "error 315 line 1: unrecognized operation code: b"},
-        {".version\nbogus", "error 315 line 1: unrecognized operation code: bogus"},
         {".function f\n.parameter p \"a\nb\"\n\nbogus",
          "error 315 line 5: unrecognized operation code: bogus"},
         {"- 12", "error 319 line 1: Expected label, directive, or operator, found a number:  12"},
         {"\"a\nb\"",
          "error 320 line 2: Expected label, directive, or operator, found a quoted string"},
         {"pushl", "error 321 line 1: Expected an immediate value (symbol or number)"},
-        {"pushl x:", "error 321 line 1: Expected an immediate value (symbol or number)"},
         {"incg g,,", "error 321 line 1: Expected an immediate value (symbol or number)"},
         {".global g: \"x\"", "error 321 line 1: Expected directive identifier"},
-        {".global\ng \"x\"", "error 321 line 1: Expected directive identifier"},
         // 322 quotes the last string read anywhere before (none here), not the token it got.
         {".global g 5", "error 322 line 1: Expected quoted string, got "},
         {".localized \"a\" b", "error 322 line 1: Expected quoted string, got a"},
@@ -105,13 +97,11 @@ TEST(Parser, ReportsEachGrammarErrorWithItsLine) {
          "parameter type"},
         // 326 quotes the token it got; a newline or the end quotes the last operand.
         {"tagerror 1\n", "error 326 line 1: Expected comma, found 1"},
-        {"tagerror 1", "error 326 line 1: Expected comma, found 1"},
         {"tagerror 1 ;c\n", "error 326 line 1: Expected comma, found ;"},
         // A kept length never reaches past the end of the source.
         {"tagerror 12345 ;", "error 326 line 1: Expected comma, found ;"},
         {".parameter p \"x\" Value", "error 327 line 1: Unknown parameter call type: Value"},
         {".function f", "error 328 line 1: Unrecognized function qualifier \"f\""},
-        {".function abcdef ,", "error 328 line 1: Unrecognized function qualifier \",\""},
         {".function f :x y\n", "error 328 line 1: Unrecognized function qualifier \":x y\n\""},
         {".function f\n.function g bad",
          "error 328 line 2: Unrecognized function qualifier \"bad\""},
@@ -185,8 +175,6 @@ TEST(Parser, FlagParsersMatchWholeWordsOnly) {
     int flags = 0;
     EXPECT_EQ(1, parser.ParameterFlags(&flags, "values", 6));
     EXPECT_EQ(-1, flags);
-    EXPECT_EQ(0, parser.ParameterFlags(&flags, "reference", 9));
-    EXPECT_EQ(1, flags);
 
     flags = 0x3F;
     EXPECT_EQ(1, parser.FunctionFlags(&flags, "External", 8));

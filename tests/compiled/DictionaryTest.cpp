@@ -102,25 +102,6 @@ TEST(Dictionary, SearchAgreesWithPlainLeftmostFind) {
     }
 }
 
-TEST(Dictionary, CompressSharesAcrossBlocks) {
-    Dictionary dictionary;
-    std::string filler(8190, 'x');
-    dictionary.Entry_Add(filler.data(), 8190);
-    dictionary.Entry_Add("ab", 2);  // fills the first block
-    dictionary.Entry_Add("cd", 2);  // starts a second one
-    dictionary.Entry_Add("bc", 2);  // not in the second block: appended there
-    ASSERT_EQ(dictionary.blocks(), 2);
-    EXPECT_EQ(used_bytes(dictionary.block(1)), "cdbc");
-
-    // Repacked, "bc" straddles the joint of "ab" and "cd" and costs nothing.
-    dictionary.Compress();
-    ASSERT_EQ(dictionary.blocks(), 1);
-    EXPECT_EQ(used_bytes(dictionary.block(0)), filler + "abcd");
-    EXPECT_EQ(dictionary.block(0)->capacity(), 8196);
-    EXPECT_EQ(dictionary.Entry_Offset(3), 8191);
-    EXPECT_EQ(text_of(dictionary, 3), "bc");
-}
-
 // After several blocks the summed used counts can fall short: "ab" was appended again in the
 // second block, is found in the first one's bytes now, and "abcd", which straddled "ab" and
 // "cd" there, must be appended. The block grows rather than leaving the entry without bytes.
@@ -158,21 +139,6 @@ TEST(Dictionary, WritesTheSectionExactlyAndReadsItBack) {
     EXPECT_EQ(loaded.flags(), 1);
     EXPECT_EQ(text_of(loaded, 1), "bc");
     EXPECT_EQ(loaded.block(0)->capacity(), 8192);
-}
-
-// Without Compress every block is written in turn and entries are placed by block base.
-TEST(Dictionary, WritesSeveralBlocksBackToBack) {
-    Dictionary dictionary;
-    std::string big(8190, 'k');
-    dictionary.Entry_Add(big.data(), 8190);
-    dictionary.Entry_Add("xyz", 3);
-    dictionary.Entry_Add("yz", 2);
-    OpenContainer in(write_container([&](TaggedFile& file) { return dictionary.Write(&file); }));
-    EXPECT_EQ(in.file.directory_entry(0)->size, 12 + 3 * 8 + 8193);
-    Dictionary loaded;
-    ASSERT_TRUE(loaded.Read(&in.file));
-    EXPECT_EQ(loaded.Entry_Offset(2), 8191);
-    for (int i = 0; i < 3; i++) EXPECT_EQ(text_of(loaded, i), text_of(dictionary, i));
 }
 
 TEST(Dictionary, RejectsBadSectionsAndKeepsItsContents) {

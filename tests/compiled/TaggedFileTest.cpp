@@ -1,7 +1,6 @@
-// Tagged container: the exact bytes written, every read check with its message and the
-// directory growth step; the lookup fallback is pinned where the loader relies on it, in
-// LocalizedLanguagesTest. Failing file operations are injected through the
-// whole program in FailureInjectionTest.
+// Tagged container: the exact bytes written and every read check with its message; the lookup
+// fallback is pinned where the loader relies on it, in LocalizedLanguagesTest. Failing file
+// operations are injected through the whole program in FailureInjectionTest.
 #include "compiled/TaggedFile.h"
 
 #include <gtest/gtest.h>
@@ -125,27 +124,6 @@ TEST(TaggedFile, ReadsBackSequentiallyAndAtRandom) {
     ASSERT_TRUE(file.Section_Read_Start(TAG_SEGS));
     EXPECT_EQ(file.Section_Read(buf, -1), -1);
     EXPECT_STREQ(file.error().c_str(), "Invalid size");
-}
-
-TEST(TaggedFile, DirectoryGrowsPastSixteenEntries) {
-    MemoryFileManager files;
-    TaggedFile writer(&files);
-    ASSERT_TRUE(writer.Create("many.tnc", nullptr, 0));
-    for (int i = 0; i < 17; i++) {
-        writer.Section_Start(tag_language_index(i));
-        unsigned char byte = static_cast<unsigned char>(i);
-        writer.Section_Write(&byte, 1);
-        writer.Section_End();
-    }
-    ASSERT_TRUE(writer.Section_Flush());
-    TaggedFile reader(&files);
-    ASSERT_TRUE(reader.Open("many.tnc", FILE_MODE_READ));
-    ASSERT_EQ(reader.directory_entries(), 17);
-    for (int i = 0; i < 17; i++) {
-        unsigned char byte = 0xFF;
-        EXPECT_EQ(reader.Section_Read(tag_language_index(i), 0, &byte, 1), 1);
-        EXPECT_EQ(byte, i);
-    }
 }
 
 TEST(TaggedFile, HeaderChecksGiveTheirMessages) {

@@ -161,35 +161,3 @@ TEST(SourceWriter, CornersComeBackByteForByte) {
     };
     for (const char* source : sources) EXPECT_EQ(round_trip(source), "") << source;
 }
-
-// Files the assembler cannot have made are refused with the reason, never written wrongly.
-TEST(SourceWriter, RefusesWhatNoSourceAssemblesInto) {
-    Bytes bytes;
-    std::string errors;
-    ASSERT_TRUE(assemble("pushf 1.5\n", &bytes, &errors)) << errors;
-    // Segment 0 holds the one instruction: its code word, then the double.
-    unsigned char code[] = {0x03, 0x80, 0, 0, 0, 0, 0, 0, 0xF8, 0x3F};
-    auto found = std::search(bytes.begin(), bytes.end(), code, code + sizeof code);
-    ASSERT_NE(found, bytes.end());
-    size_t at = static_cast<size_t>(found - bytes.begin());
-
-    struct Row {
-        const char* what;
-        size_t offset;
-        std::vector<unsigned char> patch;
-        const char* reason;
-    };
-    const Row rows[] = {
-        {"NaN payload", at + 2, {1, 0, 0, 0, 0, 0, 0xF8, 0x7F}, "the double nan has no text"},
-        {"unknown code", at, {0x01, 0x80}, "instruction code 0x8001 has no mnemonic"},
-        {"identifier", 8, {1}, "header.identifier is not zero"},
-    };
-    for (const Row& row : rows) {
-        Bytes patched = bytes;
-        std::copy(row.patch.begin(), row.patch.end(),
-                  patched.begin() + static_cast<long>(row.offset));
-        std::string text;
-        EXPECT_FALSE(write_source(patched, &text)) << row.what;
-        EXPECT_NE(text.find(row.reason), std::string::npos) << row.what << ": " << text;
-    }
-}

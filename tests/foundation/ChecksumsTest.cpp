@@ -83,6 +83,7 @@ TEST(MD5, DigestAcrossThePaddingBoundaryAndInBlocks) {
     // 55 bytes leave room for the length in the same block, 56 do not.
     EXPECT_EQ(md5_of(std::string(55, 'x')), "04364420e25c512fd958a70738aa8f72");
     EXPECT_EQ(md5_of(std::string(56, 'x')), "668a72d5ba17f08e62dabcafad6db14b");
+    // In pieces that straddle the 64-byte blocks.
     std::string message(1000, 'a');
     MD5Encoder encoder;
     unsigned char digest[MD5_DIGEST_SIZE];

@@ -1,53 +1,23 @@
-// The container templates: list and stack cursors, the ordered chains of the hash table, and
-// the splay tree with its explicit-stack walks for large trees.
-#include <string>
+// The container templates: the list cursor, and the splay tree with its explicit-stack walks
+// for large trees.
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "foundation/Hash.h"
-#include "foundation/HashTable.h"
 #include "foundation/List.h"
 #include "foundation/SplayTree.h"
-#include "foundation/Stack.h"
 
 namespace {
 
 // An object that counts its destructions, so ownership rules can be checked.
 struct Item {
-    Item(int v, int* destroyed = nullptr)
-        : value(v), name("v" + std::to_string(v)), destroyed(destroyed) {}
-    Item(const char* n) : value(0), name(n), destroyed(nullptr) {}
+    Item(int v, int* destroyed = nullptr) : value(v), destroyed(destroyed) {}
     Item(const Item& other) = default;
     ~Item() {
         if (destroyed != nullptr) ++*destroyed;
     }
     int value;
-    std::string name;
     int* destroyed;
-};
-
-class NameTable : public HashTable<Item> {
-  public:
-    NameTable(int owner, int case_insensitive, int bucket_bits, int capacity)
-        : HashTable<Item>(owner, case_insensitive, bucket_bits, capacity) {}
-    using HashTable<Item>::hash;
-    unsigned hash(Item* object) override {
-        return hash(object->name.c_str(), static_cast<int>(object->name.size()));
-    }
-    int Compare(Item* entry, Item* object) override {
-        return Compare(entry, object->name.c_str(), static_cast<int>(object->name.size()));
-    }
-    int Compare(Item* entry, const char* name, int length) override {
-        return CompareName(entry->name.c_str(), static_cast<int>(entry->name.size()), name, length);
-    }
-    // The names of one bucket's chain, in chain order.
-    std::vector<std::string> Chain(const char* name) {
-        std::vector<std::string> names;
-        for (int e = buckets_[hash(name, -1)]; e != -1; e = next_[e])
-            names.push_back(objects_[e]->name);
-        return names;
-    }
 };
 
 // Integer keys; Purge records the order in which objects are destroyed.
@@ -106,69 +76,6 @@ TEST(List, InsertRemoveAndTheCursor) {
     EXPECT_EQ(list.Remove(LIST_HEAD), &b);
     EXPECT_EQ(list.Remove(LIST_TAIL), &d);  // the only node: head and tail go together
     EXPECT_EQ(list.Last(), nullptr);
-}
-
-TEST(Stack, PopAtAPeekedNodeRemovesTheNodesAbove) {
-    for (int owner : {0, 1}) {
-        int destroyed = 0;
-        Item* a = new Item(1, &destroyed);
-        Item* b = new Item(2, &destroyed);
-        {
-            Stack<Item> stack(owner);
-            stack.Push(a);
-            stack.Push(b);
-            EXPECT_EQ(stack.Peek(), a);
-            EXPECT_EQ(stack.Peek(), nullptr);
-            EXPECT_EQ(stack.Top(), b);
-            EXPECT_EQ(stack.Pop(), b);  // a cursor off the bottom pops the top
-            stack.Push(b);
-            EXPECT_EQ(stack.Peek(), a);
-            EXPECT_EQ(stack.Pop(), a);
-            EXPECT_EQ(stack.Entries(), 0);
-            EXPECT_EQ(destroyed, owner) << "owner " << owner;
-            if (owner) stack.Push(new Item(3, &destroyed));  // left for the destructor
-        }
-        EXPECT_EQ(destroyed, 2 * owner) << "owner " << owner;
-        delete a;
-        if (!owner) delete b;
-    }
-}
-
-TEST(HashTable, ChainsSortByLengthThenNameAndCaseDecidesTheMatch) {
-    Item bb("bb"), a("a"), ab("ab"), a2("A");
-    NameTable table(0, 1, 0, 4);  // one bucket: every name shares a chain
-    table.Insert(&bb);
-    table.Insert(&a);
-    table.Insert(&ab);
-    EXPECT_EQ(table.Insert(&a2), 3);
-    EXPECT_EQ(table.Chain("a"), (std::vector<std::string>{"a", "A", "ab", "bb"}));
-    EXPECT_EQ(table.Find("AB", -1), &ab);
-    EXPECT_EQ(table.Find("b", -1), nullptr);
-
-    Item main_name("Main"), probe("mAiN");
-    NameTable folded(0, 1, 8, 0), exact(0, 0, 8, 0);
-    folded.Insert(&main_name);
-    exact.Insert(&main_name);
-    EXPECT_EQ(folded.hash("MAIN", -1), hashi("main", 4, 0) & 0xFF);
-    EXPECT_EQ(folded.Find(&probe), &main_name);
-    EXPECT_EQ(exact.hash("Main", -1), hash("Main", 4, 0) & 0xFF);
-    EXPECT_EQ(exact.Find("Main", -1), &main_name);
-    EXPECT_EQ(exact.Find("MAIN", -1), nullptr);
-}
-
-TEST(SplayTree, FindNextPreviousAndRemove) {
-    ItemTree tree(1);
-    for (int key : {50, 20, 80, 10, 30, 70, 90, 60}) ASSERT_NE(tree.Insert(new Item(key)), nullptr);
-    Item duplicate(30);
-    EXPECT_EQ(tree.Insert(&duplicate), nullptr);
-    EXPECT_EQ(tree.Find(70)->value, 70);
-    EXPECT_EQ(tree.RootKey(), 70);  // a lookup splays its key to the root
-    EXPECT_EQ(tree.Find(65), nullptr);
-    EXPECT_EQ(tree.Next(31)->value, 50);
-    EXPECT_EQ(tree.Next(90), nullptr);
-    EXPECT_EQ(tree.Previous(50)->value, 30);
-    delete tree.Remove(50);
-    EXPECT_EQ(in_order(tree), (std::vector<int>{10, 20, 30, 60, 70, 80, 90}));
 }
 
 TEST(SplayTree, LargeTreesAreWalkedWithAStack) {

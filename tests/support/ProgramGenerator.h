@@ -1,5 +1,5 @@
 // Seeded generator of valid assembly sources: the same seed and shape always give the same
-// text. Used by the round-trip tests, the fuzz seeds and the benchmark presets.
+// text. Used by the round trip of generated programs in AssemblerParserTest.
 #ifndef TARN_TESTS_SUPPORT_PROGRAMGENERATOR_H
 #define TARN_TESTS_SUPPORT_PROGRAMGENERATOR_H
 

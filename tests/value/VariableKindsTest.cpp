@@ -1,4 +1,4 @@
-// The other kinds of variable: references, read-only values and callback variables.
+// The other kinds of variable: references and read-only values.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -6,8 +6,6 @@
 
 #include "driver/TarnApplication.h"
 #include "value/AggregateIndex.h"
-#include "value/CallbackVariable.h"
-#include "value/CallbackVariableCallback.h"
 #include "value/ImmutableVariable.h"
 #include "value/ReferenceVariable.h"
 
@@ -20,19 +18,6 @@ std::string Text(const String& s) {
 class Kinds : public ::testing::Test {
   protected:
     void SetUp() override { mpd_ieee_context(&Tarn_MPD_Context, 64); }
-};
-
-// Counts the notices it is given.
-class Owner : public CallbackVariableCallback {
-  public:
-    void VariableChanged(CallbackVariable* /*variable*/) override { ++changes; }
-    void VariableDestroyed(CallbackVariable* /*variable*/) override { ++destroyed; }
-    Variable* StructElement(CallbackStructVariable*, const AggregateIndex&, int) override {
-        return nullptr;
-    }
-
-    int changes = 0;
-    int destroyed = 0;
 };
 
 }  // namespace
@@ -92,29 +77,6 @@ TEST_F(Kinds, ImmutableRefusesEveryChangeUntilUnlocked) {
     Variable target("t", 1);
     EXPECT_FALSE(target.MergeElements(&constant, 0, 0, 0, false));
     EXPECT_EQ(Text(constant.Element(AggregateIndex("digits"), 0)->value()), "314");
-}
-
-// ---- callbacks ----
-
-TEST_F(Kinds, CallbackVariableTellsItsOwnerUntilDetached) {
-    Owner owner;
-    {
-        CallbackVariable watched("w", 1, &owner);
-        watched.SetValue("a", 1);
-        watched.SetValue_Integer(2);
-        watched.Element(1, 1);                                   // the new element is one change
-        watched.DeleteElement(AggregateIndex("absent"), false);  // nothing changed
-        Variable source("s", 1, 7);
-        watched.SetValue(source);
-        EXPECT_EQ(owner.changes, 4);
-        watched.value();
-        EXPECT_EQ(owner.changes, 4);
-    }
-    EXPECT_EQ(owner.destroyed, 1);
-    CallbackVariable detached("d", 1, &owner);
-    detached.Detach();
-    detached.SetValue_Integer(3);
-    EXPECT_EQ(owner.changes, 4);
 }
 
 // ---- lists ----

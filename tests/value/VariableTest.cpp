@@ -43,12 +43,6 @@ class VariableTest : public ::testing::Test {
         return out;
     }
 
-    static std::string Json(Variable& v) {
-        String out;
-        v.Serialize(out);
-        return std::string(out.c_str(), out.length());
-    }
-
     // An array holding the texts at slots 1, 2, 3...
     static Variable* Array(const char* const* texts, int count) {
         Variable* array = new Variable("array", -1);
@@ -128,21 +122,6 @@ TEST_F(VariableTest, SettingFromItsOwnTextOrElementIsSafe) {
 
 // ---- elements ----
 
-TEST_F(VariableTest, InsertElementNumbersFromOneAndRenumbers) {
-    const char* abc[] = {"a", "b", "c"};
-    Variable* array = Array(abc, 3);
-    array->InsertElement(2, new Variable("", 0, "x", 1));
-    EXPECT_EQ(Slots(*array), "1=a 2=x 3=b 4=c");
-    array->InsertElement(-4, new Variable("", 0, "z", 1));
-    EXPECT_EQ(Slots(*array), "1=a 2=x 3=b 4=c 5=z");
-    Variable::Release(array);
-
-    // A scalar becomes an array; positions below 1 become 1.
-    Variable scalar("s", 1, "old", 3);
-    scalar.InsertElement(-3, new Variable("", 0, "n", 1));
-    EXPECT_EQ(Slots(scalar), "1=n");
-}
-
 TEST_F(VariableTest, SetElementConvertsToTheKindOfTheIndex) {
     int live = 0;
     Variable v("v", 1);
@@ -190,17 +169,6 @@ TEST_F(VariableTest, DeleteElementAndRangesRenumber) {
     sparse->DeleteElements(2, 4, true);
     EXPECT_EQ(Slots(*sparse), "1=1 2=5 3=6");
     Variable::Release(sparse);
-}
-
-TEST_F(VariableTest, SerializesAsJson) {
-    Variable v("v", 1);
-    v.Element(AggregateIndex("text"), 1)->SetValue("q\"\\\n\x01", 5);
-    v.Element(AggregateIndex("list"), 1)->InsertElement(0, new Variable("", 0, 1));
-    v.Element(AggregateIndex("sparse"), 1)->SetElement(2, new Variable("", 0, 2u));
-    v.Element(AggregateIndex("none"), 1);
-    EXPECT_EQ(Json(v),
-              "{\"list\":[1],\"none\":null,\"sparse\":{\"2\":2},"
-              "\"text\":\"q\\\"\\\\\\n\\u0001\"}");
 }
 
 // ---- counting and ownership ----
