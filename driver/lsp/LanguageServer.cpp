@@ -609,11 +609,8 @@ json LanguageServer::State::Hover(const OpenDocument& open, int offset) {
     if (occurrence != nullptr && occurrence->symbol >= 0) {
         const Symbol& symbol = open.analysis.symbols[occurrence->symbol];
         span = occurrence->span;
-        const Span declaration = symbol.kind == SymbolKind::FUNCTION
-                                     ? symbol.statement
-                                     : Span{symbol.statement.offset, symbol.statement.length};
-        std::string line = text.substr(static_cast<size_t>(declaration.offset),
-                                       static_cast<size_t>(declaration.length));
+        const size_t from = std::min(static_cast<size_t>(symbol.statement.offset), text.size());
+        std::string line = text.substr(from, static_cast<size_t>(symbol.statement.length));
         while (!line.empty() && std::isspace(static_cast<unsigned char>(line.back()))) {
             line.pop_back();
         }

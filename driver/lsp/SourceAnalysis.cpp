@@ -23,7 +23,7 @@ namespace {
 // Passes over one text at most, and bytes read by all passes together at most: a source
 // full of errors is diagnosed from its start as far as these allow, so that each change
 // stays quick however large the source.
-constexpr int MOST_PASSES = 4096;
+constexpr int MOST_PASSES = 256;
 constexpr long long MOST_BYTES_READ = 16LL << 20;
 
 constexpr int OPCODE_BYTES = 2;
