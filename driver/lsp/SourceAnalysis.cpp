@@ -168,8 +168,8 @@ class WatchingParser : public AssemblerParser {
     // label is kept for the report that follows.
     void BindLabels();
     // Reads on to the 'count'-th `.endfunction` from the token under way; its offset, or the
-    // end of the source.
-    int FindEndFunction(int count, bool include_current);
+    // end of the source. With 'stop_at_function', a `.function` met first gives -1.
+    int FindEndFunction(int count, bool include_current, bool stop_at_function = false);
     void PlanNextPass(int state, TokenType pending_type);
 
     PassResult* result_;
@@ -525,13 +525,14 @@ int WatchingParser::ProcessLocalized(const char* text, int length, int* head) {
 
 // ---- going on after an error ----
 
-int WatchingParser::FindEndFunction(int count, bool include_current) {
+int WatchingParser::FindEndFunction(int count, bool include_current, bool stop_at_function) {
     if (include_current && token_type_ == TOKEN_ENDFUNCTION && --count == 0) return token_.offset;
     const char* text = nullptr;
     int length = 0;
     while (position_ < source_length_) {
         int start = position_;
         const TokenType type = GetNextToken(&text, length, &string_value_);
+        if (type == TOKEN_FUNCTION && stop_at_function) return -1;
         if (type != TOKEN_ENDFUNCTION) continue;
         while (source_text_[start] != '.') ++start;
         if (--count == 0) return start;
@@ -540,26 +541,36 @@ int WatchingParser::FindEndFunction(int count, bool include_current) {
 }
 
 // A function that failed is blanked from the line after its `.function` to its
-// `.endfunction`, so that it stays declared for the calls elsewhere; a failing `.function`
-// statement goes with its whole function; a failing top-level statement goes with its line.
+// `.endfunction`, so that it stays declared for the calls elsewhere. A failing top-level
+// `.function` statement goes with its whole function, or alone when another `.function` comes
+// before any `.endfunction` (a header being written above the next function); a failing
+// top-level statement goes with its line.
 void WatchingParser::PlanNextPass(int state, TokenType pending) {
     Span blank;
-    if (pending == TOKEN_FUNCTION &&
-        (state == STATE_DIRECTIVE_NAME || state == STATE_QUALIFIERS)) {
-        blank.offset = function_keyword_.offset;
-        int end = FindEndFunction(1, false);
-        if (end < source_length_) ++end;
-        while (end < source_length_ && is_blank(source_text_[end])) ++end;
-        while (end < source_length_ && source_text_[end] != '\n' && !is_blank(source_text_[end])) {
-            ++end;
-        }
-        blank.length = end - blank.offset;
-    } else if (!open_functions_.empty()) {
+    if (!open_functions_.empty()) {
         const Symbol& outermost = out_.symbols[open_functions_.front()];
         blank.offset = outermost.statement.end();
         while (blank.offset < source_length_ && source_text_[blank.offset] != '\n') ++blank.offset;
         const int end = FindEndFunction(static_cast<int>(open_functions_.size()), true);
         blank.length = std::max(0, end - blank.offset);
+    } else if (pending == TOKEN_FUNCTION &&
+               (state == STATE_DIRECTIVE_NAME || state == STATE_QUALIFIERS)) {
+        blank.offset = function_keyword_.offset;
+        int end = FindEndFunction(1, false, true);
+        if (end < 0) {
+            // The header's line only.
+            end = std::max(token_.offset, blank.offset);
+            while (end < source_length_ && source_text_[end] != '\n') ++end;
+        } else if (end < source_length_) {
+            // Through the `.endfunction` directive.
+            ++end;
+            while (end < source_length_ && is_blank(source_text_[end])) ++end;
+            while (end < source_length_ && source_text_[end] != '\n' &&
+                   !is_blank(source_text_[end])) {
+                ++end;
+            }
+        }
+        blank.length = end - blank.offset;
     } else {
         blank.offset = token_.offset;
         while (blank.offset > 0 && source_text_[blank.offset - 1] != '\n') --blank.offset;

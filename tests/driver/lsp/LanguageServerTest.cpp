@@ -112,6 +112,10 @@ TEST(LanguageServer, DiagnosesEachFunctionOnItsOwnTokens) {
          "AE_332 1:8-9 Reference to local x not resolvable\n"
          "AE_315 4:2-5 unrecognized operation code: bad\n"
          "AE_304 8:8-9 Global variable identifier g not found\n"},
+        // A header being written above the next function fails alone.
+        {".function\n.function b\n  pushl x\n.endfunction\n",
+         "AE_321 0:9-9 Expected underscore or letter\n"
+         "AE_332 2:8-9 Reference to local x not resolvable\n"},
         {"  pop ,\n  pop :x\n", "AE_318 0:6-6 Unexpected comma\n"
                                  "AE_314 1:6-7 Unrecognized directive or punctuation mark: :x\n\n"},
     };
