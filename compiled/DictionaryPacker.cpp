@@ -12,11 +12,15 @@
 // where its bytes are rare in the whole pool. The scan computes the key of each window class
 // ending at each position, tests a bitmap, and only on a hit looks up the texts with that key;
 // their full bytes are compared by a rolling hash of the block and then by memcmp, so a hash
-// never decides anything. All of this is cheap per byte unless the input is made to defeat it
-// (a tiny alphabet, periodic texts): the work is counted, and past a bound proportional to the
-// pool the rest is placed with a suffix automaton that records each state's first end.
+// never decides anything. Texts that share a key and differ only in how far they reach back
+// (runs of one byte at many lengths, a separator line at every width, padding) are kept in
+// nested runs, shortest first, so that one failed comparison rules out every longer text of
+// the run: a place costs a comparison per run, not per text. All of this is cheap per byte
+// unless the input is made to defeat it: the work is counted, and past a bound proportional to
+// the pool the rest is placed with a suffix automaton that records each state's first end.
 #include "compiled/DictionaryPacker.h"
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -102,7 +106,8 @@ size_t table_size_for(size_t entries) {
 
 // Each state keeps the end of the first occurrence of its strings, so the leftmost occurrence
 // of a text is the state its bytes lead to, less its length. Transitions are kept per state in
-// a list: the automaton only serves inputs that defeat the fast path, where it bounds the time.
+// a list, at most one per byte value, so that each step is bounded: the automaton only serves
+// inputs that defeat the fast path, where it bounds the time.
 class SuffixAutomaton {
   public:
     SuffixAutomaton() { New_State(0, -1, 0); }
@@ -134,7 +139,7 @@ class SuffixAutomaton {
     }
 
     // Leftmost offset of the text in everything extended so far, or -1.
-    int Find(const char* text, int length) const {
+    int Find(const char* text, int length) {
         int state = 0;
         for (int k = 0; k < length; k++) {
             int e = Edge(state, static_cast<unsigned char>(text[k]));
@@ -153,9 +158,19 @@ class SuffixAutomaton {
         return static_cast<int>(length_.size()) - 1;
     }
 
-    int Edge(int state, unsigned char c) const {
-        for (int e = head_[state]; e >= 0; e = next_[e]) {
-            if (byte_[e] == c) return e;
+    // The edge of 'state' for byte 'c', or -1. A found edge moves to the front of its list, so
+    // that the bytes a state is left by most are found first: a walk along a run of one byte
+    // costs a step per byte however many other bytes leave its states.
+    int Edge(int state, unsigned char c) {
+        int before = -1;
+        for (int e = head_[state]; e >= 0; before = e, e = next_[e]) {
+            if (byte_[e] != c) continue;
+            if (before >= 0) {
+                next_[before] = next_[e];
+                next_[e] = head_[state];
+                head_[state] = e;
+            }
+            return e;
         }
         return -1;
     }
@@ -190,8 +205,8 @@ struct Member {
 // A negative 'begin' marks a free slot.
 struct Group {
     uint64_t key;
-    int begin;   // first member in 'members_'
-    int active;  // members still waiting, at the front of the group
+    int begin;  // its first place in 'places_'
+    int size;   // its places; the group is done when none of them waits
 };
 
 constexpr int TABLE_SHORT = 0;
@@ -213,9 +228,11 @@ uint64_t untagged_key(int key_class, uint64_t tagged) {
     return key_class < CLASS_WIDE8 ? tagged & ((uint64_t{1} << 56) - 1) : tagged;
 }
 
-// A comparison that waits for the scan to reach its text's end.
+// A chain of comparisons that waits for the scan to reach its texts' end: the waiting members
+// of one nested run of a group (see Build_Groups), from place 'at' to 'stop'.
 struct Deferred {
-    Member member;
+    int at;
+    int stop;
     int next;
 };
 
@@ -254,6 +271,9 @@ class Scanner {
         return (word & bits) == bits;
     }
     void Probe(int key_class, uint64_t key, int end);
+    int Waiting_From(int at);
+    bool Waiting(const Group& group) { return Waiting_From(group.begin) < group.begin + group.size; }
+    void Check_Run(int at, int stop, int end);
     bool Check(const Member& member, int end);
     void Found(int id, int end);
 
@@ -268,9 +288,14 @@ class Scanner {
     std::vector<int> text_id_;     // distinct id of each text, -1 for the empty text
     std::vector<int> first_end_;   // per id: end of its first occurrence, -1 while waiting
     std::vector<Member> members_;  // by id
-    // The ids by group, the groups by class, each group's waiting members at its front; and
-    // per id its place there.
-    std::vector<int> order_;
+    // The members by group, the groups by class, each group's members by distance from their
+    // key to their end, then by length; and per id its place there.
+    struct Seat {
+        int id;
+        int run_end;       // where its nested run ends: each member of a run ends the next
+        int waiting_from;  // towards the next place still waiting, shortened as it is followed
+    };
+    std::vector<Seat> places_;
     std::vector<int> member_at_;
     // The group tables one after the other, each with open addressing by key.
     std::vector<Group> groups_;
@@ -502,7 +527,7 @@ void Scanner::Build_Groups() {
             group = Group{tagged_key(key_class, key), 0, 0};
             class_groups_[key_class].push_back(static_cast<int>(slot));
         }
-        group.active++;
+        group.size++;
         member.group = static_cast<int>(slot);
     }
 
@@ -511,17 +536,49 @@ void Scanner::Build_Groups() {
         for (int slot : class_groups_[c]) {
             Group& group = groups_[static_cast<size_t>(slot)];
             group.begin = begin;
-            begin += group.active;
-            group.active = 0;
+            begin += group.size;
+            group.size = 0;
         }
     }
-    order_.resize(members_.size());
-    member_at_.resize(members_.size());
+    size_t count = members_.size();
+    places_.resize(count + 1);
+    member_at_.resize(count);
     for (const Member& member : members_) {
         Group& group = groups_[static_cast<size_t>(member.group)];
-        int at = group.begin + group.active++;
-        order_[static_cast<size_t>(at)] = member.id;
-        member_at_[static_cast<size_t>(member.id)] = at;
+        places_[static_cast<size_t>(group.begin + group.size++)].id = member.id;
+    }
+    // Within a group, members whose key lies as far from their end are sorted by length, and
+    // each one that is the last bytes of the next starts or continues a nested run: where one
+    // of them does not end at a place, none of the longer ones of its run can.
+    auto shorter = [this](const Seat& a, const Seat& b) {
+        const Member& x = members_[static_cast<size_t>(a.id)];
+        const Member& y = members_[static_cast<size_t>(b.id)];
+        if (x.defer != y.defer) return x.defer < y.defer;
+        return x.length != y.length ? x.length < y.length : a.id < b.id;
+    };
+    for (int c = 1; c < CLASS_COUNT; c++) {
+        for (int slot : class_groups_[c]) {
+            const Group& group = groups_[static_cast<size_t>(slot)];
+            Seat* first = places_.data() + group.begin;
+            Seat* last = first + group.size;
+            if (group.size > 1) std::sort(first, last, shorter);
+            int run_end = group.begin + group.size;
+            for (Seat* place = last - 1; place >= first; place--) {
+                if (place + 1 < last) {
+                    const Member& inner = members_[static_cast<size_t>(place[0].id)];
+                    const Member& outer = members_[static_cast<size_t>(place[1].id)];
+                    bool nested = inner.defer == outer.defer && inner.length < outer.length &&
+                                  std::memcmp(outer.bytes + outer.length - inner.length,
+                                              inner.bytes, static_cast<size_t>(inner.length)) == 0;
+                    if (!nested) run_end = static_cast<int>(place - places_.data()) + 1;
+                }
+                place->run_end = run_end;
+            }
+        }
+    }
+    for (size_t at = 0; at <= count; at++) {
+        if (at < count) member_at_[static_cast<size_t>(places_[at].id)] = static_cast<int>(at);
+        places_[at].waiting_from = static_cast<int>(at);
     }
 }
 
@@ -530,7 +587,7 @@ void Scanner::Build_Filter(int key_class) {
     std::vector<int>& slots = class_groups_[key_class];
     size_t kept = 0;
     for (int slot : slots) {
-        if (groups_[static_cast<size_t>(slot)].active > 0) slots[kept++] = slot;
+        if (Waiting(groups_[static_cast<size_t>(slot)])) slots[kept++] = slot;
     }
     slots.resize(kept);
     size_t words = 8;
@@ -603,7 +660,7 @@ void Scanner::Scan(int from) {
             deferred_free_ = head;
             head = next;
             // 'node' stays valid: nothing is deferred while the queue is drained.
-            Check(node.member, end);
+            Check_Run(node.at, node.stop, end);
         }
         size_t at = static_cast<size_t>(end & (HISTORY_SIZE - 1));
         uint64_t window = window_at_[at];
@@ -628,30 +685,57 @@ void Scanner::Scan(int from) {
     }
 }
 
+// At a place where the group's key ends, each nested run of waiting members is compared now,
+// or when the scan reaches its end.
 void Scanner::Probe(int key_class, uint64_t key, int end) {
     Group& group = groups_[Slot_Of(key_class, key)];
     if (group.begin < 0) return;
     counters_->key_hits++;
     counters_->work++;
-    for (int at = group.begin; at < group.begin + group.active;) {
-        const Member& member = members_[static_cast<size_t>(order_[static_cast<size_t>(at)])];
+    int stop = group.begin + group.size;
+    for (int at = Waiting_From(group.begin); at < stop;) {
+        int place_at = at;
+        const Seat& place = places_[static_cast<size_t>(at)];
+        const Member& member = members_[static_cast<size_t>(place.id)];
         counters_->work++;
+        int run_stop = place.run_end;
+        at = Waiting_From(run_stop);
         if (member.defer == 0) {
-            // Found: the group's last waiting member took this place.
-            if (Check(member, end)) continue;
-        } else {
-            int node = deferred_free_;
-            if (node >= 0) {
-                deferred_free_ = deferred_[static_cast<size_t>(node)].next;
-            } else {
-                node = static_cast<int>(deferred_.size());
-                deferred_.push_back(Deferred{member, -1});
-            }
-            int& head = queue_head_[static_cast<size_t>((end + member.defer) & (QUEUE_SIZE - 1))];
-            deferred_[static_cast<size_t>(node)] = Deferred{member, head};
-            head = node;
+            Check_Run(place_at, run_stop, end);
+            continue;
         }
-        at++;
+        int node = deferred_free_;
+        if (node >= 0) {
+            deferred_free_ = deferred_[static_cast<size_t>(node)].next;
+        } else {
+            node = static_cast<int>(deferred_.size());
+            deferred_.push_back(Deferred{0, 0, -1});
+        }
+        int& head = queue_head_[static_cast<size_t>((end + member.defer) & (QUEUE_SIZE - 1))];
+        deferred_[static_cast<size_t>(node)] = Deferred{place_at, run_stop, head};
+        head = node;
+    }
+}
+
+// The first place from 'at' on whose member still waits (the end of the order when none).
+int Scanner::Waiting_From(int at) {
+    int root = at;
+    while (places_[static_cast<size_t>(root)].waiting_from != root) {
+        root = places_[static_cast<size_t>(root)].waiting_from;
+    }
+    while (at != root) {
+        int next = places_[static_cast<size_t>(at)].waiting_from;
+        places_[static_cast<size_t>(at)].waiting_from = root;
+        at = next;
+    }
+    return root;
+}
+
+// Compares the waiting members of a nested run, shortest first, up to the first that does not
+// end at 'end': the longer ones hold its bytes at their end, so they cannot either.
+void Scanner::Check_Run(int at, int stop, int end) {
+    for (at = Waiting_From(at); at < stop; at = Waiting_From(at + 1)) {
+        if (!Check(members_[static_cast<size_t>(places_[static_cast<size_t>(at)].id)], end)) return;
     }
 }
 
@@ -676,19 +760,16 @@ bool Scanner::Check(const Member& member, int end) {
     return true;
 }
 
-// Records the first occurrence and takes the text out of its group: the group's last waiting
-// member moves into its place. When half of a class's groups are done, its bitmap is rebuilt
-// without them, so that their keys stop costing lookups.
+// Records the first occurrence and takes the text out of its group: the walks past waiting
+// members skip its place from now on. When half of a class's groups are done, its bitmap is
+// rebuilt without them, so that their keys stop costing lookups.
 void Scanner::Found(int id, int end) {
     first_end_[static_cast<size_t>(id)] = end;
     int at = member_at_[static_cast<size_t>(id)];
+    places_[static_cast<size_t>(at)].waiting_from = at + 1;
     size_t slot = static_cast<size_t>(members_[static_cast<size_t>(id)].group);
     Group& group = groups_[slot];
-    int last = group.begin + group.active - 1;
-    std::swap(order_[static_cast<size_t>(at)], order_[static_cast<size_t>(last)]);
-    member_at_[static_cast<size_t>(order_[static_cast<size_t>(at)])] = at;
-    member_at_[static_cast<size_t>(id)] = last;
-    if (--group.active > 0) return;
+    if (Waiting(group)) return;
     int key_class = Class_Of(slot);
     if (--live_groups_[key_class] == 0 && key_class < CLASS_WIDE8) {
         short_classes_ &= ~(1u << key_class);

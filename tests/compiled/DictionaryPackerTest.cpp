@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/PackerShapes.h"
 #include "compiled/Dictionary.h"
 
 namespace {
@@ -195,6 +196,34 @@ TEST(DictionaryPacker, KeepsTheHardCases) {
                                          offsets.data());
             EXPECT_EQ(offsets, c.offsets) << c.texts[0] << " limit " << limit;
             EXPECT_EQ(block.capacity(), 8192);
+        }
+    }
+}
+
+// The shapes that are hardest for the repacking (long runs, periodic texts, shared rare bytes,
+// near-duplicates, 64 KB texts): the same offsets as adding every text with the search, with
+// the fast path alone, with the automaton alone and with the automaton taking over midway.
+TEST(DictionaryPacker, HardShapesAsTheSearchPlacesThem) {
+    for (const PackerShape& shape : packer_shapes()) {
+        std::vector<std::string> texts = shape.make(shape.test_size, 40);
+        std::vector<DictionaryPacker::Text> views;
+        int total = 0;
+        for (const std::string& text : texts) {
+            views.push_back({text.data(), static_cast<int>(text.size())});
+            total += static_cast<int>(text.size());
+        }
+        DictionaryDataBlock reference(total);
+        std::vector<int> expected;
+        for (const std::string& text : texts) {
+            expected.push_back(reference.Add(text.data(), static_cast<int>(text.size())));
+        }
+        for (int64_t limit : {int64_t{-1}, int64_t{0}, int64_t{total / 8}}) {
+            DictionaryDataBlock block(total);
+            std::vector<int> offsets(texts.size());
+            DictionaryPacker packer(limit);
+            packer.Pack(views.data(), static_cast<int>(views.size()), &block, offsets.data());
+            EXPECT_EQ(offsets, expected) << shape.name << " limit " << limit;
+            EXPECT_EQ(used_bytes(&block), used_bytes(&reference)) << shape.name;
         }
     }
 }
