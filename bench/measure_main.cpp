@@ -28,6 +28,6 @@ int main(int argc, char** argv) {
     double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    std::fprintf(stderr, "wall %.3f rss_kb %ld status %d\n", seconds, usage.ru_maxrss, code);
+    std::fprintf(stderr, "wall %.6f rss_kb %ld status %d\n", seconds, usage.ru_maxrss, code);
     return code;
 }

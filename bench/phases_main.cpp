@@ -2,6 +2,8 @@
 // of each stage (reading and parsing, resolving, compressing the dictionary, writing, tearing
 // down) and the peak resident memory, one "name value" pair a line. First it times a bare
 // tokenizing pass over the same source, the floor that assembling is compared with.
+// tnasm_phases --tokenize SOURCE makes that pass alone, for the runner to time as a process of
+// its own beside tnasm.
 #include <mpdecimal.h>
 #include <sys/resource.h>
 #ifdef __GLIBC__
@@ -10,6 +12,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 
 #include "assembler/AssemblerParser.h"
 #include "driver/TarnApplication.h"
@@ -27,9 +30,11 @@ double seconds_since(std::chrono::steady_clock::time_point start) {
 
 int main(int argc, char** argv) {
     if (argc != 3) {
-        std::fprintf(stderr, "usage: %s SOURCE OUTPUT\n", argv[0]);
+        std::fprintf(stderr, "usage: %s SOURCE OUTPUT | --tokenize SOURCE\n", argv[0]);
         return 2;
     }
+    bool tokenize_only = std::strcmp(argv[1], "--tokenize") == 0;
+    const char* source_name = tokenize_only ? argv[2] : argv[1];
 #ifdef __GLIBC__
     (void)mallopt(M_MXFAST, 0);  // as tnasm itself does
     (void)mallopt(M_MMAP_THRESHOLD, 128 * 1024);
@@ -40,13 +45,13 @@ int main(int argc, char** argv) {
 
     double tokenize = 0;
     {
-        File* source = application.filemanager()->Open(argv[1], FILE_MODE_READ);
+        File* source = application.filemanager()->Open(source_name, FILE_MODE_READ);
         if (source == nullptr) {
-            std::fprintf(stderr, "%s: cannot open\n", argv[1]);
+            std::fprintf(stderr, "%s: cannot open\n", source_name);
             return 1;
         }
         auto mark = std::chrono::steady_clock::now();
-        AssemblerParser* tokenizer = new AssemblerParser(&application, source, argv[1]);
+        AssemblerParser* tokenizer = new AssemblerParser(&application, source, source_name);
         const char* text = nullptr;
         int length = 0;
         String value;
@@ -57,6 +62,7 @@ int main(int argc, char** argv) {
         delete tokenizer;
         delete source;
     }
+    if (tokenize_only) return 0;
 
     auto start = std::chrono::steady_clock::now();
     File* source = application.filemanager()->Open(argv[1], FILE_MODE_READ);

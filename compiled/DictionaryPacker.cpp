@@ -40,8 +40,11 @@ constexpr int QUEUE_SIZE = 64;
 constexpr int CLASS_WIDE8 = 8;
 constexpr int CLASS_WIDE16 = 9;
 constexpr int CLASS_COUNT = 10;
-// Counters of how often each 8-byte window occurs in a sample of the texts.
+// Counters of how often each 8-byte window occurs in a sample of the texts: at most this many
+// bits of index, fewer for a small pool, whose windows fit in fewer counters (a tiny program
+// should not clear half a megabyte of them).
 constexpr int WINDOW_COUNT_BITS = 18;
+constexpr int WINDOW_COUNT_MIN_BITS = 8;
 // Sampled windows at most: enough for the rare ones to stand out, cheap for huge pools.
 constexpr int64_t WINDOW_SAMPLE = 4 << 20;
 // Bitmap bits per key group (at least), and the fast path's work per pool byte.
@@ -285,6 +288,7 @@ class Scanner {
     bool over_limit_ = false;
 
     std::vector<uint16_t> window_counts_;
+    int window_bits_ = WINDOW_COUNT_BITS;
     std::vector<int> text_id_;     // distinct id of each text, -1 for the empty text
     std::vector<int> first_end_;   // per id: end of its first occurrence, -1 while waiting
     std::vector<Member> members_;  // by id
@@ -348,7 +352,11 @@ Scanner::Scanner(const DictionaryPacker::Texts* texts, DictionaryDataBlock* bloc
 
 // How often each 8-byte window occurs in a sample of the texts (counters shared by hash).
 void Scanner::Count_Windows(int64_t total) {
-    window_counts_.assign(size_t{1} << WINDOW_COUNT_BITS, 0);
+    window_bits_ = WINDOW_COUNT_MIN_BITS;
+    while (window_bits_ < WINDOW_COUNT_BITS && (int64_t{1} << window_bits_) < total / 2) {
+        window_bits_++;
+    }
+    window_counts_.assign(size_t{1} << window_bits_, 0);
     int step = static_cast<int>(total / WINDOW_SAMPLE) + 1;
     for (int i = 0; i < count_; i += step) {
         DictionaryPacker::Text sampled = texts_->At(i);
@@ -357,7 +365,7 @@ void Scanner::Count_Windows(int64_t total) {
         for (int k = 0; k < sampled.length; k++) {
             window = window << 8 | static_cast<unsigned char>(text[k]);
             if (k < 7) continue;
-            uint16_t& c = window_counts_[mix(window) >> (64 - WINDOW_COUNT_BITS)];
+            uint16_t& c = window_counts_[mix(window) >> (64 - window_bits_)];
             if (c != UINT16_MAX) c++;
         }
     }
@@ -384,7 +392,7 @@ void Scanner::Choose_Key(const char* text, int length, int* key_class, uint64_t*
     }
     unsigned counts[MAX_DEFER + 10];
     for (int k = 0; k <= length - 8 - first; k++) {
-        counts[k] = window_counts_[mix(region[k]) >> (64 - WINDOW_COUNT_BITS)];
+        counts[k] = window_counts_[mix(region[k]) >> (64 - window_bits_)];
     }
     int best = length - width;
     unsigned best_cost = ~0u;

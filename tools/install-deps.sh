@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what building and testing tnasm needs on a Debian bookworm machine.
+# Installs what building and testing tnasm needs on a Debian bookworm machine; with --bench
+# also the tools the benchmark runner times beside tnasm (luac5.4, GNU as).
 # Safe to run again: every step checks first and does nothing when its part is there.
 set -euo pipefail
 
@@ -20,6 +21,7 @@ apt_update_once() {
 # nlohmann-json3-dev: the JSON of the language server and of tndump --json; neovim: the language
 # server's smoke test with a real editor; python3-jsonschema: the check of tndump --json.
 NEEDED="g++ cmake ninja-build pkg-config libgtest-dev libgmock-dev libbenchmark-dev clang valgrind dpkg-dev groff-base file nlohmann-json3-dev neovim python3-jsonschema"
+if [ "${1:-}" = "--bench" ]; then NEEDED="$NEEDED lua5.4 binutils"; fi
 MISSING=""
 for p in $NEEDED; do have_pkg "$p" || MISSING="$MISSING $p"; done
 if [ -n "$MISSING" ]; then
