@@ -44,7 +44,7 @@ if [[ ! -f $BUILD/build.ninja ]]; then
     cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTNASM_BENCH=ON \
         -DTNASM_TESTS=OFF >/dev/null
 fi
-ninja -C "$BUILD" -j2 tnasm tnasm_bench_gen tnasm_phases tnasm_measure >/dev/null
+ninja -C "$BUILD" -j2 tnasm tnasm_bench_gen tnasm_phases tnasm_measure tnasm_lsp_bench >/dev/null
 
 DATA=$BUILD/bench-data
 mkdir -p "$DATA"
@@ -130,3 +130,7 @@ for preset in "${PRESETS[@]}"; do
     }'
     rm -f "$DATA/$preset.tnc" "$DATA/$preset.phases.tnc" "$DATA/$preset.luac" "$DATA/$preset.o"
 done
+
+echo
+echo "tnasm-lsp, from a change to its diagnostics (tnasm_lsp_bench):"
+"$BUILD/bench/tnasm_lsp_bench" small
