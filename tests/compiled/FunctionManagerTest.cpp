@@ -1,4 +1,5 @@
-// Function table: case-insensitive sorted chains, the "func" section with the local tables inside it, and every read check.
+// Function table: case-insensitive sorted chains, the "func" section with the local tables inside
+// it, and every read check.
 #include "compiled/FunctionManager.h"
 
 #include <gtest/gtest.h>
@@ -138,9 +139,7 @@ TEST(FunctionManager, ChecksEachFieldInOrderAndKeepsItsTableOnFailure) {
         {"header cut short", cut(6), "Unexpected end of file"},
         {"count past the loose bound", with(3, u32(0x20000000)),
          "function_list_header.function_count out of range"},
-        {"bucket records cut short", cut(10), "Unexpected end of file"},
         {"negative bucket number", with(7, u16(0xFFFF)), "function_hash_bucket.index out of range"},
-        {"chain cut short", cut(15), "Unexpected end of file"},
         {"function record cut short", cut(30), "Unexpected end of file"},
         {"parameter records cut short", cut(45), "Unexpected end of file"},
         {"local table cut short", cut(66), "Unexpected end of file"},
