@@ -130,15 +130,19 @@ class ParserRecorder : private SourceHolder, public Parser {
     std::vector<std::string> calls;
     std::map<std::string, int> results;
     int next_localized_index = 40;
+    int negative_lengths = 0;
 
   private:
     // A text handed to an operation must lie in the source or be a whole String: checked by
     // copying it, which the sanitizer watches.
-    static std::string Text(const char* text, int length) {
-        if (length < 0) return "<negative length>";
+    std::string Text(const char* text, int length) {
+        if (length < 0) {
+            ++negative_lengths;
+            return "<negative length>";
+        }
         return std::string(text, static_cast<size_t>(length));
     }
-    static std::string Quote(const char* text, int length) {
+    std::string Quote(const char* text, int length) {
         return "'" + Text(text, length) + "'";
     }
     int Record(const std::string& name, const std::string& arguments) {
