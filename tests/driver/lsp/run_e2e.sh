@@ -7,7 +7,9 @@ HERE=$(cd "$(dirname "$0")/e2e" && pwd)
 mkdir -p "$2"
 cp "$HERE/package.json" "$HERE/package-lock.json" "$HERE/lsp.test.js" "$2/"
 cd "$2"
-if ! cmp -s package-lock.json node_modules/.package-lock.json 2>/dev/null; then
+# Installed again only when the lock file changed since the last install.
+if ! cmp -s package-lock.json node_modules/.installed-from-lock 2>/dev/null; then
   npm ci --no-audit --no-fund --loglevel=error
+  cp package-lock.json node_modules/.installed-from-lock
 fi
 TNASM_LSP=$1 node --test lsp.test.js
