@@ -105,6 +105,7 @@ TEST(Conversions, DtosLayout) {
         // Mode 1 never takes a rounding bound: these shortest decimals lie exactly on one.
         {1e23, "99999999999999990000000"},
         {5e22, "49999999999999996000000"},
+        {7e22, "70000000000000004000000"},
         {9.5e21, "9500000000000001000000"},
         {inf, "NaN"},
         {std::nan(""), "NaN"},
