@@ -16,25 +16,9 @@
 #include "compiled/FunctionManager.h"
 #include "compiled/VariableHash.h"
 #include "foundation/HashTable.h"
+#include "platform/TextFile.h"
 
 namespace {
-
-// A source held in memory and handed out as the mapped view.
-class SourceInMemory : public File {
-  public:
-    explicit SourceInMemory(std::string bytes) : bytes_(std::move(bytes)) {}
-    int64_t Length() override { return static_cast<int64_t>(bytes_.size()); }
-    const char* Map(int64_t, int64_t) override { return bytes_.data(); }
-    void Release() override {}
-    int Read(void*, int) override { return -1; }
-    int Write(const void*, int) override { return -1; }
-    int64_t Seek(int64_t) override { return -1; }
-    const String& error() override { return error_; }
-
-  private:
-    std::string bytes_;
-    String error_;
-};
 
 // The grammar with every action doing nothing: what reading costs without assembling.
 class NullParser : public Parser {
@@ -87,7 +71,7 @@ std::vector<std::string> corpus(int count, bool distinct) {
 void BM_Tokenizer(benchmark::State& state) {
     const std::string& source = small_source();
     for (auto _ : state) {
-        SourceInMemory file(source);
+        TextFile file(source);
         NullParser parser(&file);
         const char* text = nullptr;
         int length = 0;
@@ -103,7 +87,7 @@ BENCHMARK(BM_Tokenizer)->Unit(benchmark::kMillisecond);
 void BM_Grammar(benchmark::State& state) {
     const std::string& source = small_source();
     for (auto _ : state) {
-        SourceInMemory file(source);
+        TextFile file(source);
         NullParser parser(&file);
         benchmark::DoNotOptimize(parser.Start());
     }

@@ -13,8 +13,8 @@
 #include "compiled/FunctionManager.h"
 #include "compiled/LocalizedDictionary.h"
 #include "driver/AssemblerApplication.h"
-#include "platform/File.h"
 #include "platform/Output.h"
+#include "platform/TextFile.h"
 
 namespace tarn_lsp {
 
@@ -59,24 +59,6 @@ class QuietApplication : private ProgramName, public AssemblerApplication {
     }
     FileManager* filemanager() override { return nullptr; }
     const char* lasterror() override { return ""; }
-};
-
-// The text as the file the parser maps; the string keeps the zero byte behind its end that
-// the tokenizer reads.
-class TextFile : public File {
-  public:
-    explicit TextFile(const std::string& text) : text_(text) {}
-    int64_t Length() override { return static_cast<int64_t>(text_.size()); }
-    const char* Map(int64_t, int64_t) override { return text_.c_str(); }
-    void Release() override {}
-    int Read(void*, int) override { return -1; }
-    int Write(const void*, int) override { return -1; }
-    int64_t Seek(int64_t) override { return -1; }
-    const String& error() override { return error_; }
-
-  private:
-    const std::string& text_;
-    String error_;
 };
 
 bool is_blank(char c) {
