@@ -620,7 +620,13 @@ std::vector<LineToken> tokenize(const std::string& text) {
         if (type == TOKEN_END_OF_INPUT) break;
         LineToken token;
         token.type = type;
-        if (has_text(type) && at != nullptr && length > 0) token.text.assign(at, length);
+        // A '-' or '.' left in front of the end of the line or of the input makes an error
+        // token that keeps the length of the token before it: the grammar measures a length
+        // against the source's end, and so does this.
+        if (has_text(type) && at != nullptr && length > 0) {
+            const size_t room = text.size() - static_cast<size_t>(at - text.c_str());
+            token.text.assign(at, std::min(static_cast<size_t>(length), room));
+        }
         tokens.push_back(std::move(token));
     }
     return tokens;

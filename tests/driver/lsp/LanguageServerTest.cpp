@@ -210,7 +210,8 @@ TEST(LanguageServer, NavigatesWithTheAssemblersScopes) {
 TEST(LanguageServer, CompletesWhatMayStandThere) {
     Session session;
     session.Open(".string s \"x\"\n.global g \"y\"\n.function f\n.local l \"z\"\nL1: pop\n"
-                 "  pushl \n  jmp_eq \n  call \n  pushc \n.endfunction\n.function h \n.fu\n.endfunction\n");
+                 "  pushl \n  jmp_eq \n  call \n  pushc \n.endfunction\n.function h \n.fu\n.endfunction\n"
+                 ".abcdefghijklmnopqrstuvwxyz-\n");
     auto labels = [&session](int line, int character) {
         std::string text;
         const json answer = session.At("textDocument/completion", line, character);
@@ -225,6 +226,8 @@ TEST(LanguageServer, CompletesWhatMayStandThere) {
     EXPECT_EQ(labels(11, 3).find("pushl"), std::string::npos);
     EXPECT_NE(labels(11, 3).find(".function .endfunction .parameter"), std::string::npos);
     EXPECT_NE(labels(4, 4).find("pushl"), std::string::npos);
+    // A dash before the end of the line once took the length of the token before it.
+    EXPECT_EQ(labels(13, 28), "");
 }
 
 TEST(SourceDocument, CountsColumnsInUtf16AndAppliesEdits) {
