@@ -50,46 +50,31 @@ File* UNIXFileManager::Open(const char* path, int mode) {
         error_.assign(std::strerror(errno));
         return nullptr;
     }
+    // Every refusal after the open keeps its reason and closes the descriptor.
+    auto refuse = [&](const char* reason) -> File* {
+        error_.assign(reason);
+        ::close(fd);
+        return nullptr;
+    };
+    auto make_blocking = [fd] {
+        return ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK) == 0;
+    };
     struct stat st;
-    if (::fstat(fd, &st) != 0) {
-        error_.assign(std::strerror(errno));
-        ::close(fd);
-        return nullptr;
-    }
-    if (S_ISDIR(st.st_mode)) {
-        error_.assign(std::strerror(EISDIR));
-        ::close(fd);
-        return nullptr;
-    }
+    if (::fstat(fd, &st) != 0) return refuse(std::strerror(errno));
+    if (S_ISDIR(st.st_mode)) return refuse(std::strerror(EISDIR));
     // A pipe, FIFO or character device to be read is read to its end now. A FIFO opened
     // without waiting may have no writer yet, and would read as empty: wait for one first, as
     // opening it the ordinary way would.
     const bool stream = S_ISFIFO(st.st_mode) || S_ISCHR(st.st_mode);
     if (stream && (mode & FILE_MODE_WRITE) == 0) {
-        if (S_ISFIFO(st.st_mode) && !WaitForWriter(fd)) {
-            error_.assign(std::strerror(errno));
-            ::close(fd);
-            return nullptr;
-        }
-        if (::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK) != 0) {
-            error_.assign(std::strerror(errno));
-            ::close(fd);
-            return nullptr;
-        }
+        if (S_ISFIFO(st.st_mode) && !WaitForWriter(fd)) return refuse(std::strerror(errno));
+        if (!make_blocking()) return refuse(std::strerror(errno));
         return StreamFile::ReadAll(fd, &error_);
     }
     // Character devices stay usable for writing (/dev/null, /dev/full), with their own write
     // errors.
-    if (!S_ISREG(st.st_mode) && !S_ISCHR(st.st_mode)) {
-        error_.assign(NOT_A_FILE);
-        ::close(fd);
-        return nullptr;
-    }
-    if (::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK) != 0) {
-        error_.assign(std::strerror(errno));
-        ::close(fd);
-        return nullptr;
-    }
+    if (!S_ISREG(st.st_mode) && !S_ISCHR(st.st_mode)) return refuse(NOT_A_FILE);
+    if (!make_blocking()) return refuse(std::strerror(errno));
     return new UNIXFile(fd, path, flags);
 }
 
