@@ -38,19 +38,17 @@ AssemblerParser::AssemblerParser(AssemblerApplication* application, File* file,
     : Parser(file),
       application_(application),
       segment_manager_(new SegmentManager()),
-      spare_placeholders_(1),
-      symbols_(),
       function_references_(),
-      global_identifiers_(1),
-      system_identifiers_(1),
-      function_names_(0),
-      string_identifiers_(0),
-      lookup_name_(),
+      function_reference_names_(),
+      global_identifiers_(),
+      system_identifiers_(),
+      function_names_(),
+      string_identifiers_(),
       function_manager_(new FunctionManager(&dictionary_, FUNCTION_TABLE_BUCKET_BITS)),
       current_function_(nullptr),
       current_context_(nullptr),
       external_declaration_open_(false),
-      contexts_(1),
+      top_context_(nullptr),
       saved_context_(nullptr),
       function_stack_(0),
       global_hash_(
@@ -68,12 +66,14 @@ AssemblerParser::AssemblerParser(AssemblerApplication* application, File* file,
       file_version_(TF_VERSION_DEFAULT) {
     // Code and `.local` declarations outside any function go to segment 0 and to the global
     // tables.
-    current_context_ = new FunctionContext(this, &dictionary_, nullptr, segment_manager_->Start(),
-                                           &global_identifiers_, global_hash_);
-    contexts_.Insert(current_context_, LIST_TAIL);
+    top_context_ = new FunctionContext(this, &dictionary_, nullptr, segment_manager_->Start(),
+                                       &global_identifiers_, global_hash_);
+    current_context_ = top_context_;
 }
 
 AssemblerParser::~AssemblerParser() {
+    if (current_context_ != top_context_) delete current_context_;
+    delete top_context_;
     delete segment_manager_;
     delete global_hash_;
     delete system_hash_;
@@ -139,31 +139,31 @@ int AssemblerParser::ProcessImmediate(const char* text, int length, int operands
         case OPERAND_NUMBER:
             return current_context_->StoreImmediate(application_->stod(text, length, -1, nullptr));
         case OPERAND_STRING: {
-            ResolvablePlaceHolder* constant = FindName(string_identifiers_, text, length);
-            if (constant == nullptr) {
+            int index;
+            if (!string_identifiers_.Find(text, length, &index)) {
                 return AssembleError(
                     AE_STRING_IDENTIFIER_NOT_FOUND,
                     message_with("String constant identifier ", text, length, " not found"));
             }
-            return current_context_->StoreImmediate(constant->value());
+            return current_context_->StoreImmediate(index);
         }
         case OPERAND_SYSTEM: {
-            ResolvablePlaceHolder* variable = FindName(system_identifiers_, text, length);
-            if (variable == nullptr) {
+            int slot;
+            if (!system_identifiers_.Find(text, length, &slot)) {
                 return AssembleError(
                     AE_SYSTEM_IDENTIFIER_NOT_FOUND,
                     message_with("System variable identifier ", text, length, " not found"));
             }
-            return current_context_->StoreImmediate(variable->value());
+            return current_context_->StoreImmediate(slot);
         }
         case OPERAND_GLOBAL: {
-            ResolvablePlaceHolder* variable = FindName(global_identifiers_, text, length);
-            if (variable == nullptr) {
+            int slot;
+            if (!global_identifiers_.Find(text, length, &slot)) {
                 return AssembleError(
                     AE_GLOBAL_IDENTIFIER_NOT_FOUND,
                     message_with("Global variable identifier ", text, length, " not found"));
             }
-            return current_context_->StoreImmediate(variable->value());
+            return current_context_->StoreImmediate(slot);
         }
         case OPERAND_LOCAL:
             return current_context_->InsertLocalReference(text, length);
@@ -172,8 +172,10 @@ int AssemblerParser::ProcessImmediate(const char* text, int length, int operands
                                                           operand_count_);
         case OPERAND_FUNCTION:
             // Patched by Resolve once every function of the file is known.
-            function_references_.push_back(
-                symbols_.Make(text, length, current_context_->position(), current_context_));
+            function_references_.push_back(FunctionReference{current_context_->segment(),
+                                                             function_reference_names_.size(),
+                                                             length, current_context_->position()});
+            function_reference_names_.append(text, static_cast<size_t>(length));
             return current_context_->StoreImmediate(-1);
         default: {
             // Kind 6 is deliberately refused, as is any kind outside the table.
@@ -216,13 +218,11 @@ int AssemblerParser::ProcessFunction(const char* name, int length, int flags) {
         current_function_ =
             function_manager_->Function_Add(segment->number(), 0, name, length, nullptr, 0, flags);
         saved_context_ = current_context_;
-        current_context_ =
-            new FunctionContext(this, &dictionary_, current_function_, segment,
-                                new PlaceHolderTree(1), current_function_->variables());
-        contexts_.Insert(current_context_, LIST_TAIL);
+        current_context_ = new FunctionContext(this, &dictionary_, current_function_, segment,
+                                               nullptr, current_function_->variables());
     }
     function_stack_.Push(current_function_);
-    function_names_.Insert(symbols_.Make(name, length, current_function_->index()));
+    function_names_.Insert(name, length, current_function_->index());
     return 0;
 }
 
@@ -251,9 +251,8 @@ int AssemblerParser::ProcessEndFunction() {
     } else {
         result = current_context_->InsertOperator(static_cast<int>(OPCODE_RETN));
         if (result == 0) result = current_context_->Resolve();
-        current_context_->ReleaseSymbols();
         current_context_->segment()->Trim();
-        // The function's context stays in the context list until the parser goes.
+        delete current_context_;
         current_context_ = saved_context_;
         saved_context_ = nullptr;
     }
@@ -267,13 +266,14 @@ int AssemblerParser::ProcessEndFunction() {
 
 int AssemblerParser::ProcessString(const char* identifier, int identifier_length, const char* text,
                                    int text_length) {
-    if (FindName(string_identifiers_, identifier, identifier_length) != nullptr) {
+    int known;
+    if (string_identifiers_.Find(identifier, identifier_length, &known)) {
         return AssembleError(
             AE_DUPLICATE_STRING_IDENTIFIER,
             message_with("Duplicate string identifier \"", identifier, identifier_length, "\""));
     }
     int index = dictionary_.Entry_Add(text_or_empty(text), text_length);
-    string_identifiers_.Insert(symbols_.Make(identifier, identifier_length, index));
+    string_identifiers_.Insert(identifier, identifier_length, index);
     return 0;
 }
 
@@ -326,16 +326,16 @@ int AssemblerParser::Resolve() {
     }
     // An external declaration left open at the end is accepted as it is.
     if (current_context_->Resolve() != 0) return 1;
-    for (ResolvablePlaceHolder* reference : function_references_) {
+    for (const FunctionReference& reference : function_references_) {
+        const char* name = function_reference_names_.data() + reference.name_offset;
         // Case-sensitive, unlike the duplicate check: `call Main` does not find `main`.
-        ResolvablePlaceHolder* function = function_names_.Find(reference->name());
-        if (function == nullptr) {
-            return AssembleError(AE_UNRESOLVED_AT_END,
-                                 message_with("Unable to resolve function \"", reference->name(),
-                                              reference->length(), "\""));
+        int function;
+        if (!function_names_.Find(name, reference.length, &function)) {
+            return AssembleError(
+                AE_UNRESOLVED_AT_END,
+                message_with("Unable to resolve function \"", name, reference.length, "\""));
         }
-        reference->SegmentAddress()->Write_Dword(reference->value(),
-                                                 static_cast<unsigned int>(function->value()));
+        reference.segment->Write_Dword(reference.position, static_cast<unsigned int>(function));
     }
     return 0;
 }
@@ -378,16 +378,13 @@ int AssemblerParser::Write(const char* path, const unsigned char* identifier) {
 // ---- helpers ----
 
 void AssemblerParser::ReleaseSymbols() {
-    std::vector<ResolvablePlaceHolder*>().swap(function_references_);
-    global_identifiers_.Dump();
-    system_identifiers_.Dump();
-    function_names_.Dump();
-    string_identifiers_.Dump();
-    symbols_.Release();
-    for (FunctionContext* context = contexts_.First(); context != nullptr;
-         context = contexts_.Next()) {
-        context->ReleaseSymbols();
-    }
+    std::vector<FunctionReference>().swap(function_references_);
+    GrowingArray<char>().swap(function_reference_names_);
+    global_identifiers_.Clear();
+    system_identifiers_.Clear();
+    function_names_.Clear();
+    string_identifiers_.Clear();
+    top_context_->ReleaseSymbols();
 }
 
 // The counts of the file Write is about to write, and its size at most: bucket records are
@@ -428,12 +425,6 @@ FormatCounts AssemblerParser::Counts() {
                         language_bytes + localized_dictionary_.WrittenSize() +
                         TF_DIRECTORY_ENTRY_SIZE * static_cast<int64_t>(7 + language_sections);
     return counts;
-}
-
-ResolvablePlaceHolder* AssemblerParser::FindName(PlaceHolderTree& tree, const char* name,
-                                                 int length) {
-    lookup_name_.assign(name, length);
-    return tree.Find(lookup_name_.c_str());
 }
 
 int AssemblerParser::AddLocalizedPiece(int kind, const char* text, int length, int next) {

@@ -7,18 +7,15 @@
 #include <vector>
 
 #include "assembler/FunctionContext.h"
-#include "assembler/IndexedPlaceHolderTree.h"
+#include "assembler/NameTable.h"
 #include "assembler/Parser.h"
-#include "assembler/PlaceHolderPool.h"
-#include "assembler/RBTree.h"
-#include "assembler/ResolvablePlaceHolder.h"
 #include "compiled/Dictionary.h"
 #include "compiled/FormatLimits.h"
 #include "compiled/IdentList.h"
 #include "compiled/LocalizedDictionary.h"
 #include "compiled/LocalizedLanguages.h"
 #include "driver/ErrorCode.h"
-#include "foundation/List.h"
+#include "foundation/GrowingArray.h"
 #include "foundation/Stack.h"
 #include "foundation/String.h"
 
@@ -26,6 +23,7 @@ class AssemblerApplication;
 class File;
 class Function;
 class FunctionManager;
+class Segment;
 class SegmentManager;
 class VariableHash;
 
@@ -87,28 +85,33 @@ class AssemblerParser : public Parser {
   private:
     // Frees every name table and pending reference; called once the code is resolved.
     void ReleaseSymbols();
-    ResolvablePlaceHolder* FindName(PlaceHolderTree& tree, const char* name, int length);
     int AddLocalizedPiece(int kind, const char* text, int length, int next);
 
     // Constructed in this order: the function table, the hashes and the localized languages
     // are made with the address of the dictionary, which they keep but do not use until later.
     AssemblerApplication* application_;
     SegmentManager* segment_manager_;
-    List<ResolvablePlaceHolder> spare_placeholders_;
-    // The string constants, the function names and the function references are made in
-    // 'symbols_', which owns them; the tables and the reference list only point to them.
-    PlaceHolderPool symbols_;
-    std::vector<ResolvablePlaceHolder*> function_references_;
-    IndexedPlaceHolderTree global_identifiers_;
-    IndexedPlaceHolderTree system_identifiers_;
-    IndexedPlaceHolderTree function_names_;
-    IndexedPlaceHolderTree string_identifiers_;
-    String lookup_name_;
+    // An operand that names a function, patched by Resolve: its segment and place, and the
+    // name, kept in 'function_reference_names_' at 'name_offset'.
+    struct FunctionReference {
+        Segment* segment;
+        size_t name_offset;
+        int length;
+        int position;
+    };
+    std::vector<FunctionReference> function_references_;
+    GrowingArray<char> function_reference_names_;
+    NameTable global_identifiers_;
+    NameTable system_identifiers_;
+    NameTable function_names_;
+    NameTable string_identifiers_;
     FunctionManager* function_manager_;
     Function* current_function_;
+    // The top level's context lives as long as the parser; a function's context from its
+    // `.function` to its `.endfunction`, while 'saved_context_' holds the top level's.
     FunctionContext* current_context_;
     bool external_declaration_open_;
-    List<FunctionContext> contexts_;
+    FunctionContext* top_context_;
     FunctionContext* saved_context_;
     Stack<Function> function_stack_;
     VariableHash* global_hash_;

@@ -6,6 +6,7 @@
 #include "compiled/Segment.h"
 #include "compiled/VariableHash.h"
 #include "driver/ErrorCode.h"
+#include "foundation/String.h"
 
 namespace {
 
@@ -28,31 +29,24 @@ String message_with(const char* prefix, const char* text, int length,
 }  // namespace
 
 FunctionContext::FunctionContext(AssemblerParser* parser, Dictionary* dictionary,
-                                 Function* function, Segment* segment, PlaceHolderTree* identifiers,
+                                 Function* function, Segment* segment, NameTable* identifiers,
                                  VariableHash* variables)
     : parser_(parser),
       dictionary_(dictionary),
       function_(function),
       segment_(segment),
-      identifiers_(identifiers),
+      identifiers_(function != nullptr ? &own_identifiers_ : identifiers),
       variables_(variables),
-      position_(0),
-      labels_(1),
-      label_references_(1) {}
+      position_(0) {}
 
 void FunctionContext::ReleaseSymbols() {
-    labels_.Dump();
-    label_references_.Dump();
-    if (function_ != nullptr) {
-        delete identifiers_;
-        identifiers_ = nullptr;
-    }
+    labels_.Clear();
+    std::vector<LabelReference>().swap(label_references_);
+    GrowingArray<char>().swap(reference_names_);
+    own_identifiers_.Clear();
 }
 
-FunctionContext::~FunctionContext() {
-    // The top-level context borrows the parser's global identifier tree.
-    if (function_ != nullptr) delete identifiers_;
-}
+FunctionContext::~FunctionContext() = default;
 
 // ---- emission ----
 
@@ -81,14 +75,7 @@ int FunctionContext::Emitted(int next_position) {
 
 // ---- declarations and references ----
 
-// The trees are keyed by NUL-terminated names; the token is copied into one buffer kept for
-// the purpose rather than into a new string at every operand.
-const char* FunctionContext::Key(const char* text, int length) {
-    key_.assign(text, length);
-    return key_.c_str();
-}
-
-int FunctionContext::ProcessVariable(VariableHash* hash, PlaceHolderTree* tree,
+int FunctionContext::ProcessVariable(VariableHash* hash, NameTable* table,
                                      const char* identifier, int identifier_length,
                                      const char* name, int name_length) {
     // The name is checked first, so a line that repeats both name and identifier reports the
@@ -98,15 +85,15 @@ int FunctionContext::ProcessVariable(VariableHash* hash, PlaceHolderTree* tree,
         return parser_->AssembleError(AE_DUPLICATE_VARIABLE,
                                       message_with("Duplicate variable ", name, name_length));
     }
-    const char* key = Key(identifier, identifier_length);
-    if (tree->Find(key) != nullptr) {
+    int known;
+    if (table->Find(identifier, identifier_length, &known)) {
         return parser_->AssembleError(
             AE_DUPLICATE_VARIABLE_IDENTIFIER,
             message_with("Duplicate variable identifier ", identifier, identifier_length));
     }
     int name_index = dictionary_->Entry_Add(name, name_length);
     int slot = hash->Insert(name_index);
-    tree->Insert(new ResolvablePlaceHolder(identifier, identifier_length, slot));
+    table->Insert(identifier, identifier_length, slot);
     return 0;
 }
 
@@ -120,69 +107,67 @@ int FunctionContext::InsertLocal(const char* identifier, int identifier_length, 
 // share an identifier.
 int FunctionContext::InsertParameterPlaceHolder(const char* identifier, int identifier_length,
                                                 int slot) {
-    const char* key = Key(identifier, identifier_length);
-    if (identifiers_->Find(key) != nullptr) {
+    int known;
+    if (identifiers_->Find(identifier, identifier_length, &known)) {
         return parser_->AssembleError(
             AE_DUPLICATE_PARAMETER_IDENTIFIER,
             message_with("Duplicate parameter identifier: ", identifier, identifier_length));
     }
-    identifiers_->Insert(new ResolvablePlaceHolder(identifier, identifier_length, slot));
+    identifiers_->Insert(identifier, identifier_length, slot);
     return 0;
 }
 
 int FunctionContext::InsertLocalReference(const char* identifier, int identifier_length) {
-    const char* key = Key(identifier, identifier_length);
-    ResolvablePlaceHolder* local = identifiers_->Find(key);
-    if (local == nullptr) {
+    int slot;
+    if (!identifiers_->Find(identifier, identifier_length, &slot)) {
         return parser_->AssembleError(
             AE_UNRESOLVED_LOCAL,
             message_with("Reference to local ", identifier, identifier_length, " not resolvable"));
     }
-    return StoreImmediate(local->value());
+    return StoreImmediate(slot);
 }
 
 // A label marks the position of whatever is emitted next.
 int FunctionContext::InsertLabel(const char* name, int length) {
-    const char* key = Key(name, length);
-    if (labels_.Find(key) != nullptr) {
+    int known;
+    if (labels_.Find(name, length, &known)) {
         return parser_->AssembleError(AE_DUPLICATE_LABEL,
                                       message_with("Duplicate label: ", name, length));
     }
-    labels_.Insert(new ResolvablePlaceHolder(name, length, position_));
+    labels_.Insert(name, length, position_);
     return 0;
 }
 
 // The four zero bytes emitted here are the place that Resolve patches.
 int FunctionContext::InsertLabelReference(const char* name, int length, int opcode,
                                           int operand_number) {
-    label_references_.Insert(
-        new ResolvablePlaceHolder(name, length, position_, this, opcode, operand_number),
-        LIST_TAIL);
+    label_references_.push_back(
+        LabelReference{reference_names_.size(), length, position_, opcode, operand_number});
+    reference_names_.append(name, static_cast<size_t>(length));
     return StoreImmediate(0);
 }
 
 int FunctionContext::Resolve() {
-    for (ResolvablePlaceHolder* reference = label_references_.First(); reference != nullptr;
-         reference = label_references_.Next()) {
-        ResolvablePlaceHolder* label = labels_.Find(reference->name());
-        if (label == nullptr) {
+    for (const LabelReference& reference : label_references_) {
+        const char* name = reference_names_.data() + reference.name_offset;
+        int label;
+        if (!labels_.Find(name, reference.length, &label)) {
             return parser_->AssembleError(
-                AE_UNDEFINED_LABEL,
-                message_with("Label ", reference->name(), reference->length(), " not defined"));
+                AE_UNDEFINED_LABEL, message_with("Label ", name, reference.length, " not defined"));
         }
         int before = DISPLACEMENT_BASE;
-        if (reference->operand_number() == 1) {
-            if ((reference->opcode() & SEGMENT_SECOND_DWORD) != 0) {
+        if (reference.operand_number == 1) {
+            if ((reference.opcode & SEGMENT_SECOND_DWORD) != 0) {
                 before = DISPLACEMENT_BEFORE_DWORD;
-            } else if ((reference->opcode() & SEGMENT_SECOND_DOUBLE) != 0) {
+            } else if ((reference.opcode & SEGMENT_SECOND_DOUBLE) != 0) {
                 before = DISPLACEMENT_BEFORE_DOUBLE;
             }
         }
         // Two's complement: backward jumps are negative.
-        unsigned int displacement = static_cast<unsigned int>(label->value()) -
-                                    static_cast<unsigned int>(reference->value()) -
+        unsigned int displacement = static_cast<unsigned int>(label) -
+                                    static_cast<unsigned int>(reference.position) -
                                     static_cast<unsigned int>(before);
-        segment_->Write_Dword(reference->value(), displacement);
+        segment_->Write_Dword(reference.position, displacement);
     }
     return 0;
 }

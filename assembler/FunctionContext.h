@@ -4,10 +4,11 @@
 #ifndef TARN_ASSEMBLER_FUNCTIONCONTEXT_H
 #define TARN_ASSEMBLER_FUNCTIONCONTEXT_H
 
-#include "assembler/RBTree.h"
-#include "assembler/ResolvablePlaceHolder.h"
-#include "foundation/List.h"
-#include "foundation/String.h"
+#include <cstddef>
+#include <vector>
+
+#include "assembler/NameTable.h"
+#include "foundation/GrowingArray.h"
 
 class AssemblerParser;
 class Dictionary;
@@ -15,20 +16,18 @@ class Function;
 class Segment;
 class VariableHash;
 
-typedef RBTree<ResolvablePlaceHolder, const char*> PlaceHolderTree;
-
 class FunctionContext {
   public:
-    // 'function' is none for the top level. 'identifiers' holds the function's locals and
-    // parameters (owned by this context when 'function' is set; at the top level it is the
-    // parser's global identifier tree). 'variables' is the function's local hash, or the global
-    // hash at the top level.
+    // 'function' is none for the top level. 'identifiers' is the parser's global identifier
+    // table at the top level; a function's context keeps its locals and parameters in a table
+    // of its own and ignores it. 'variables' is the function's local hash, or the global hash
+    // at the top level.
     FunctionContext(AssemblerParser* parser, Dictionary* dictionary, Function* function,
-                    Segment* segment, PlaceHolderTree* identifiers, VariableHash* variables);
+                    Segment* segment, NameTable* identifiers, VariableHash* variables);
 
     // Declares a variable named 'name' in 'hash' under the assembly identifier 'identifier' in
-    // 'tree'. An empty name skips the duplicate-name check.
-    virtual int ProcessVariable(VariableHash* hash, PlaceHolderTree* tree, const char* identifier,
+    // 'table'. An empty name skips the duplicate-name check.
+    virtual int ProcessVariable(VariableHash* hash, NameTable* table, const char* identifier,
                                 int identifier_length, const char* name, int name_length);
     virtual ~FunctionContext();
 
@@ -51,8 +50,7 @@ class FunctionContext {
     // Patches every label operand with its displacement; stops at the first undefined label.
     int Resolve();
     // Frees the labels, the label references and (inside a function) the identifiers once the
-    // segment is resolved; the segment and the function stay. A program of many functions
-    // then holds the symbols of one function at a time.
+    // segment is resolved; the segment and the function stay.
     void ReleaseSymbols();
 
     Segment* segment() const { return segment_; }
@@ -62,19 +60,28 @@ class FunctionContext {
   private:
     // Takes the position a segment write returned; reports a segment that is full.
     int Emitted(int next_position);
-    // 'text' as a tree key, valid until the next call.
-    const char* Key(const char* text, int length);
+
+    // An operand to patch: its place, its instruction, and its label's name, kept in
+    // 'reference_names_' at 'name_offset'.
+    struct LabelReference {
+        size_t name_offset;
+        int length;
+        int position;
+        int opcode;
+        int operand_number;
+    };
 
     AssemblerParser* parser_;
     Dictionary* dictionary_;
     Function* function_;
     Segment* segment_;
-    PlaceHolderTree* identifiers_;
+    NameTable* identifiers_;
     VariableHash* variables_;
     int position_;
-    PlaceHolderTree labels_;
-    List<ResolvablePlaceHolder> label_references_;
-    String key_;
+    NameTable own_identifiers_;
+    NameTable labels_;
+    std::vector<LabelReference> label_references_;
+    GrowingArray<char> reference_names_;
 };
 
 #endif

@@ -1,11 +1,13 @@
 // tnasm_phases SOURCE OUTPUT: assembles SOURCE into OUTPUT as tnasm does, and prints the time
 // of each stage (reading and parsing, resolving, compressing the dictionary, writing, tearing
-// down) and the peak resident memory, one "name value" pair a line. First it times a bare
-// tokenizing pass over the same source, the floor that assembling is compared with.
+// down), the peak resident memory and what is resident once the source is parsed, one "name
+// value" pair a line. First it times a bare tokenizing pass over the same source, the floor
+// that assembling is compared with.
 // tnasm_phases --tokenize SOURCE makes that pass alone, for the runner to time as a process of
 // its own beside tnasm.
 #include <mpdecimal.h>
 #include <sys/resource.h>
+#include <unistd.h>
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
@@ -24,6 +26,17 @@ namespace {
 
 double seconds_since(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// What the process holds in memory now, from the kernel's count of resident pages.
+long resident_kb() {
+    long pages = 0;
+    long resident = 0;
+    FILE* statm = std::fopen("/proc/self/statm", "r");
+    if (statm == nullptr) return -1;
+    if (std::fscanf(statm, "%ld %ld", &pages, &resident) != 2) resident = -1;
+    std::fclose(statm);
+    return resident < 0 ? -1 : resident * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
 }  // namespace
@@ -73,6 +86,7 @@ int main(int argc, char** argv) {
     AssemblerParser* parser = new AssemblerParser(&application, source, argv[1]);
     int status = parser->mapped() ? parser->Start() : 1;
     double parse = seconds_since(start);
+    const long parsed_rss_kb = resident_kb();
     auto mark = std::chrono::steady_clock::now();
     if (status == 0) status = parser->Resolve();
     double resolve = seconds_since(mark);
@@ -92,8 +106,8 @@ int main(int argc, char** argv) {
     getrusage(RUSAGE_SELF, &usage);
     std::printf(
         "tokenize %.3f\nparse %.3f\nresolve %.3f\ncompress %.3f\nwrite %.3f\nteardown %.3f\n"
-        "total %.3f\nrss_kb %ld\nstatus %d\n",
+        "total %.3f\nrss_kb %ld\nparsed_rss_kb %ld\nstatus %d\n",
         tokenize, parse, resolve, compress, write, teardown, seconds_since(start), usage.ru_maxrss,
-        status);
+        parsed_rss_kb, status);
     return status == 0 ? 0 : 1;
 }

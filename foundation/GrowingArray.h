@@ -28,6 +28,7 @@ class GrowingArray {
     ~GrowingArray() { std::free(data_); }
 
     size_t size() const { return size_; }
+    size_t capacity() const { return capacity_; }
     bool empty() const { return size_ == 0; }
     T* data() { return data_; }
     const T* data() const { return data_; }
@@ -42,6 +43,14 @@ class GrowingArray {
     void push_back(const T& value) {
         if (size_ == capacity_) Reserve(capacity_ < 16 ? 16 : capacity_ * 2);
         data_[size_++] = value;
+    }
+    // Appends 'count' values; the storage doubles, so appending is linear overall.
+    void append(const T* values, size_t count) {
+        if (size_ + count > capacity_) {
+            Reserve(size_ + count > capacity_ * 2 ? size_ + count : capacity_ * 2);
+        }
+        if (count > 0) std::memcpy(static_cast<void*>(data_ + size_), values, count * sizeof(T));
+        size_ += count;
     }
     // New values are zero bytes.
     void resize(size_t size) {

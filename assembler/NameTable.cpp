@@ -1,0 +1,112 @@
+// Name tables over one byte array of entries.
+#include "assembler/NameTable.h"
+
+#include <cstring>
+
+namespace {
+
+// The first table's slots; the table doubles when more than 5/8 full.
+constexpr size_t FIRST_SLOTS = 16;
+// What Clear keeps: the tables of an ordinary function fit, a huge one is given back.
+constexpr size_t KEPT_SLOTS = 4096;
+constexpr size_t KEPT_NAME_BYTES = 64 * 1024;
+constexpr size_t ENTRY_HEADER = 8;
+
+size_t entry_size(int length) {
+    return (ENTRY_HEADER + static_cast<size_t>(length) + 3) & ~size_t{3};
+}
+
+}  // namespace
+
+// Eight bytes at a time, each folded in with a multiply; the tail is gathered byte by byte, as
+// nothing may be read past a name's end.
+uint64_t NameTable::Hash(const char* name, int length) {
+    const unsigned char* p = reinterpret_cast<const unsigned char*>(name);
+    uint64_t h = 0x9E3779B97F4A7C15ull ^ static_cast<uint64_t>(length);
+    size_t left = static_cast<size_t>(length);
+    for (; left >= 8; left -= 8, p += 8) {
+        uint64_t word;
+        std::memcpy(&word, p, 8);
+        h = (h ^ word) * 0xFF51AFD7ED558CCDull;
+        h ^= h >> 32;
+    }
+    uint64_t tail = 0;
+    for (size_t k = 0; k < left; k++) tail |= static_cast<uint64_t>(p[k]) << (8 * k);
+    h = (h ^ tail) * 0xC4CEB9FE1A85EC53ull;
+    return h ^ (h >> 29);
+}
+
+size_t NameTable::Probe(const char* name, int length, uint64_t hash) const {
+    const size_t mask = slots_.size() - 1;
+    const uint64_t tag = hash >> OFFSET_BITS;
+    for (size_t at = hash & mask;; at = (at + 1) & mask) {
+        const uint64_t slot = slots_[at];
+        if (slot == 0) return at;
+        if ((slot >> OFFSET_BITS) != tag) continue;
+        const char* entry = names_.data() + ((slot & OFFSET_MASK) - 1) * 4;
+        int32_t entry_length;
+        std::memcpy(&entry_length, entry + 4, 4);
+        if (entry_length == length &&
+            (length == 0 ||
+             std::memcmp(entry + ENTRY_HEADER, name, static_cast<size_t>(length)) == 0)) {
+            return at;
+        }
+    }
+}
+
+bool NameTable::Find(const char* name, int length, int* value) const {
+    if (used_ == 0) return false;
+    const uint64_t slot = slots_[Probe(name, length, Hash(name, length))];
+    if (slot == 0) return false;
+    std::memcpy(value, names_.data() + ((slot & OFFSET_MASK) - 1) * 4, 4);
+    return true;
+}
+
+void NameTable::Place(uint64_t hash, size_t offset) {
+    const size_t mask = slots_.size() - 1;
+    size_t at = hash & mask;
+    while (slots_[at] != 0) at = (at + 1) & mask;
+    slots_[at] = (hash >> OFFSET_BITS << OFFSET_BITS) | (offset / 4 + 1);
+}
+
+void NameTable::Rehash(size_t slot_count) {
+    GrowingArray<uint64_t>().swap(slots_);
+    slots_.resize(slot_count);
+    for (size_t offset = 0; offset < names_.size();) {
+        int32_t length;
+        std::memcpy(&length, names_.data() + offset + 4, 4);
+        Place(Hash(names_.data() + offset + ENTRY_HEADER, length), offset);
+        offset += entry_size(length);
+    }
+}
+
+void NameTable::Insert(const char* name, int length, int value) {
+    if ((used_ + 1) * 8 > slots_.size() * 5) {
+        Rehash(slots_.size() == 0 ? FIRST_SLOTS : slots_.size() * 2);
+    }
+    const size_t offset = names_.size();
+    char header[ENTRY_HEADER];
+    const int32_t stored_length = length;
+    std::memcpy(header, &value, 4);
+    std::memcpy(header + 4, &stored_length, 4);
+    names_.append(header, ENTRY_HEADER);
+    names_.append(name, static_cast<size_t>(length));
+    static const char PADDING[4] = {};
+    names_.append(PADDING, offset + entry_size(length) - names_.size());
+    Place(Hash(name, length), offset);
+    used_++;
+}
+
+void NameTable::Clear() {
+    if (slots_.size() > KEPT_SLOTS) {
+        GrowingArray<uint64_t>().swap(slots_);
+    } else if (used_ > 0) {
+        std::memset(slots_.data(), 0, slots_.size() * sizeof(uint64_t));
+    }
+    if (names_.capacity() > KEPT_NAME_BYTES) {
+        GrowingArray<char>().swap(names_);
+    } else {
+        names_.resize(0);
+    }
+    used_ = 0;
+}
