@@ -82,18 +82,22 @@ int dictionary_search(const char* bytes, int used, const char* text, int n) {
 // ---- DictionaryDataBlock ----
 
 DictionaryDataBlock::DictionaryDataBlock(int capacity)
-    : data_(new char[capacity]), capacity_(capacity), used_(0), base_(0) {}
+    : data_(new char[capacity]), capacity_(capacity), used_(0), base_(0), slab_(-1) {}
+
+DictionaryDataBlock::DictionaryDataBlock(char* storage, int capacity, int slab)
+    : data_(storage), capacity_(capacity), used_(0), base_(0), slab_(slab) {}
 
 DictionaryDataBlock::DictionaryDataBlock(const DictionaryDataBlock& other)
     : data_(new char[other.capacity_]),
       capacity_(other.capacity_),
       used_(other.used_),
-      base_(other.base_) {
+      base_(other.base_),
+      slab_(-1) {
     if (used_ > 0) std::memcpy(data_, other.data_, static_cast<size_t>(used_));
 }
 
 DictionaryDataBlock::~DictionaryDataBlock() {
-    delete[] data_;
+    if (slab_ < 0) delete[] data_;
 }
 
 int DictionaryDataBlock::Add(const char* text, int length) {
@@ -119,8 +123,9 @@ void DictionaryDataBlock::Grow(int capacity) {
     if (capacity <= capacity_) return;
     char* grown = new char[capacity];
     if (used_ > 0) std::memcpy(grown, data_, static_cast<size_t>(used_));
-    delete[] data_;
+    if (slab_ < 0) delete[] data_;
     data_ = grown;
+    slab_ = -1;
     capacity_ = capacity;
 }
 
@@ -164,6 +169,8 @@ Dictionary::~Dictionary() {
 void Dictionary::Free_Blocks() {
     for (DictionaryDataBlock* block : blocks_) delete block;
     blocks_.clear();
+    for (Slab& slab : slabs_) delete[] slab.bytes;
+    slabs_.clear();
     current_ = nullptr;
     // A new block may get the address of a freed one.
     windows_block_ = nullptr;
@@ -212,12 +219,43 @@ int Dictionary::Entry_Add(const char* text, int length) {
     }
     // No block yet, or the current one is full: a new block that surely holds the text. The
     // earlier block keeps its unused tail.
-    DictionaryDataBlock* block = new DictionaryDataBlock(dictionary_block_capacity(length));
+    DictionaryDataBlock* block = New_Block(dictionary_block_capacity(length));
     current_ = block;
     entry.offset = block->Add(text, length);
     entry.block = block;
     blocks_.push_back(block);
     return index;
+}
+
+// A block for Entry_Add: small ones out of the last slab, or a new one; a block that would take
+// much of a slab has bytes of its own.
+DictionaryDataBlock* Dictionary::New_Block(int capacity) {
+    if (capacity > SLAB_SIZE / 8) return new DictionaryDataBlock(capacity);
+    if (slabs_.empty() || SLAB_SIZE - slabs_.back().used < capacity) {
+        // Untouched, the rest of the last slab costs no memory.
+        slabs_.push_back(Slab{new char[SLAB_SIZE], 0, 0});
+    }
+    Slab& slab = slabs_.back();
+    DictionaryDataBlock* block = new DictionaryDataBlock(
+        slab.bytes + slab.used, capacity, static_cast<int>(slabs_.size()) - 1);
+    slab.used += capacity;
+    slab.blocks++;
+    return block;
+}
+
+void Dictionary::Release_Bytes(DictionaryDataBlock* block) {
+    if (block->slab_ < 0) {
+        delete[] block->data_;
+    } else {
+        Slab& slab = slabs_[static_cast<size_t>(block->slab_)];
+        if (--slab.blocks == 0) {
+            delete[] slab.bytes;
+            slab.bytes = nullptr;
+        }
+        block->slab_ = -1;
+    }
+    block->data_ = nullptr;
+    block->capacity_ = 0;
 }
 
 // The leftmost offset of a text added to the current block before, or -1 when it was not (or
@@ -338,25 +376,34 @@ void Dictionary::Compress() {
     // so that no copy of the entry table is made for it.
     class Entries : public DictionaryPacker::Texts {
       public:
-        Entries(GrowingArray<Entry_Slot>* entries, DictionaryDataBlock* packed)
-            : entries_(entries), packed_(packed) {}
+        Entries(Dictionary* dictionary, DictionaryDataBlock* packed)
+            : dictionary_(dictionary), entries_(&dictionary->entries_), packed_(packed) {}
         int count() const override { return static_cast<int>(entries_->size()); }
         DictionaryPacker::Text At(int i) const override {
             const Entry_Slot& entry = (*entries_)[static_cast<size_t>(i)];
             return DictionaryPacker::Text{entry.block->data() + entry.offset, entry.size};
         }
+        // Texts are read in index order, and an entry's block is the current one when it is
+        // added or a later one: every block before this text's own holds only texts that are
+        // placed, so its bytes can go while the packed block grows.
         void Placed(int i, int offset) override {
             Entry_Slot& entry = (*entries_)[static_cast<size_t>(i)];
+            std::vector<DictionaryDataBlock*>& blocks = dictionary_->blocks_;
+            while (released_ < blocks.size() && blocks[released_] != entry.block) {
+                dictionary_->Release_Bytes(blocks[released_++]);
+            }
             entry.block = packed_;
             entry.offset = offset;
         }
 
       private:
+        Dictionary* dictionary_;
         GrowingArray<Entry_Slot>* entries_;
         DictionaryDataBlock* packed_;
+        size_t released_ = 0;
     };
     DictionaryDataBlock* packed = new DictionaryDataBlock(total);
-    Entries texts(&entries_, packed);
+    Entries texts(this, packed);
     DictionaryPacker().Pack(&texts, packed);
     Free_Blocks();
     blocks_.push_back(packed);

@@ -53,10 +53,15 @@ class DictionaryDataBlock {
   private:
     friend class Dictionary;
 
+    // A block over storage that the dictionary owns (a slab shared by many blocks).
+    DictionaryDataBlock(char* storage, int capacity, int slab);
+
     char* data_;
     int capacity_;
     int used_;
     int base_;
+    // Index of the dictionary's slab that holds the bytes, or -1 when the block owns them.
+    int slab_;
 };
 
 class Dictionary {
@@ -110,6 +115,9 @@ class Dictionary {
     };
 
     void Free_Blocks();
+    DictionaryDataBlock* New_Block(int capacity);
+    // Gives back the memory of a block's bytes; the block keeps its counts but has no bytes.
+    void Release_Bytes(DictionaryDataBlock* block);
     bool Surely_Absent(const char* text, int length);
     int Repeated_Offset(const char* text, int length);
     void Remember(const char* text, int length, int offset, int appended_at);
@@ -122,6 +130,17 @@ class Dictionary {
     std::vector<DictionaryDataBlock*> blocks_;
     // The block new texts go into; one of 'blocks_', or null.
     DictionaryDataBlock* current_;
+    // The bytes of the small blocks, carved in order out of slabs of SLAB_SIZE bytes, so that
+    // repacking can hand each slab back whole once it has read every text in it. A large
+    // program has thousands of blocks; from the general heap their memory would stay with the
+    // process.
+    struct Slab {
+        char* bytes;
+        int used;
+        int blocks;  // blocks whose bytes it still holds
+    };
+    static constexpr int SLAB_SIZE = 1 << 20;
+    std::vector<Slab> slabs_;
     int flags_;
     // Which windows of 4 and 8 bytes occur in the current block, as hashed bits: a text with a
     // window that is not there cannot occur in the block, and is appended without a search.
