@@ -193,14 +193,14 @@ class SuffixAutomaton {
 
 // ---- the fast path ----
 
-// A distinct text waiting for its first occurrence, filed under its key.
+// A distinct text waiting for its first occurrence, filed under its key; its id is its place
+// in 'members_'. Kept small, as there is one per distinct text.
 struct Member {
-    uint64_t hash;  // rolling hash of all its bytes
     const char* bytes;
+    uint32_t hash;  // low half of the rolling hash of all its bytes: a filter, never proof
     int length;
-    int defer;  // bytes from the end of its key to its own end
-    int id;
-    int group;  // slot of its group in the group table
+    int group;      // slot of its group in the group table
+    uint8_t defer;  // bytes from the end of its key to its own end (at most MAX_DEFER)
 };
 
 // A slot of a group table: the texts that share one key. The short classes share one table,
@@ -251,7 +251,7 @@ class Scanner {
 
   private:
     void Count_Windows(int64_t total);
-    void Choose_Key(const char* text, int length, int* key_class, uint64_t* key, int* defer);
+    void Choose_Key(const char* text, int length, int* key_class, uint64_t* key, uint8_t* defer);
     void Build();
     void Find_Distinct();
     void Build_Groups();
@@ -277,7 +277,7 @@ class Scanner {
     int Waiting_From(int at);
     bool Waiting(const Group& group) { return Waiting_From(group.begin) < group.begin + group.size; }
     void Check_Run(int at, int stop, int end);
-    bool Check(const Member& member, int end);
+    bool Check(int id, int end);
     void Found(int id, int end);
 
     const DictionaryPacker::Texts* texts_;
@@ -291,16 +291,15 @@ class Scanner {
     int window_bits_ = WINDOW_COUNT_BITS;
     std::vector<int> text_id_;     // distinct id of each text, -1 for the empty text
     std::vector<int> first_end_;   // per id: end of its first occurrence, -1 while waiting
-    std::vector<Member> members_;  // by id
-    // The members by group, the groups by class, each group's members by distance from their
-    // key to their end, then by length; and per id its place there.
+    // The members by id. Once the groups are built, ids are renumbered so that a member's id is
+    // its place: the members by group, the groups by class, each group's members by distance
+    // from their key to their end, then by length. A group's members then lie side by side.
+    std::vector<Member> members_;
     struct Seat {
-        int id;
         int run_end;       // where its nested run ends: each member of a run ends the next
         int waiting_from;  // towards the next place still waiting, shortened as it is followed
     };
     std::vector<Seat> places_;
-    std::vector<int> member_at_;
     // The group tables one after the other, each with open addressing by key.
     std::vector<Group> groups_;
     size_t table_base_[TABLE_COUNT] = {};
@@ -374,7 +373,8 @@ void Scanner::Count_Windows(int64_t total) {
 // The key of a text: the text itself below 8 bytes; else the 8- or 16-byte window, among those
 // ending at most MAX_DEFER bytes before the end, whose 8-byte parts are rarest in the sample
 // (on a tie the one nearest the end).
-void Scanner::Choose_Key(const char* text, int length, int* key_class, uint64_t* key, int* defer) {
+void Scanner::Choose_Key(const char* text, int length, int* key_class, uint64_t* key,
+                         uint8_t* defer) {
     if (length < CLASS_WIDE8) {
         *key_class = length;
         *key = fold(text, length);
@@ -407,7 +407,7 @@ void Scanner::Choose_Key(const char* text, int length, int* key_class, uint64_t*
     uint64_t head = region[best - first];
     *key_class = width == 8 ? CLASS_WIDE8 : CLASS_WIDE16;
     *key = width == 8 ? head : wide_key(head, region[best - first + 8]);
-    *defer = length - best - width;
+    *defer = static_cast<uint8_t>(length - best - width);
 }
 
 // The slot of the group with this key, or the free slot where it would go.
@@ -478,16 +478,16 @@ void Scanner::Find_Distinct() {
         int id = -1;
         for (; id_slots[slot] >= 0; slot = (slot + 1) & id_mask) {
             const Member& seen = members_[static_cast<size_t>(id_slots[slot])];
-            if (seen.hash == hash && seen.length == text.length &&
+            if (seen.hash == static_cast<uint32_t>(hash) && seen.length == text.length &&
                 std::memcmp(seen.bytes, text.bytes, static_cast<size_t>(text.length)) == 0) {
-                id = seen.id;
+                id = id_slots[slot];
                 break;
             }
         }
         if (id < 0) {
             id = static_cast<int>(members_.size());
             id_slots[slot] = id;
-            members_.push_back(Member{hash, text.bytes, text.length, 0, id, 0});
+            members_.push_back(Member{text.bytes, static_cast<uint32_t>(hash), text.length, 0, 0});
         }
         text_id_[static_cast<size_t>(i)] = id;
     }
@@ -506,8 +506,9 @@ void Scanner::Build_Groups() {
     size_t slots = 0;
     for (int t = 0; t < TABLE_COUNT; t++) {
         table_base_[t] = slots;
-        // At most three fifths full.
-        table_size_[t] = in_table[t] + in_table[t] * 2 / 3 + 1;
+        // At most three quarters full: the bitmaps spare these tables most of the lookups
+        // that would miss, and they are the packer's largest memory.
+        table_size_[t] = in_table[t] + in_table[t] / 3 + 1;
         slots += table_size_[t];
     }
     groups_.assign(slots, Group{0, -1, 0});
@@ -549,44 +550,65 @@ void Scanner::Build_Groups() {
         }
     }
     size_t count = members_.size();
-    places_.resize(count + 1);
-    member_at_.resize(count);
-    for (const Member& member : members_) {
-        Group& group = groups_[static_cast<size_t>(member.group)];
-        places_[static_cast<size_t>(group.begin + group.size++)].id = member.id;
+    std::vector<int> order(count);
+    for (size_t id = 0; id < count; id++) {
+        Group& group = groups_[static_cast<size_t>(members_[id].group)];
+        order[static_cast<size_t>(group.begin + group.size++)] = static_cast<int>(id);
     }
     // Within a group, members whose key lies as far from their end are sorted by length, and
     // each one that is the last bytes of the next starts or continues a nested run: where one
     // of them does not end at a place, none of the longer ones of its run can.
-    auto shorter = [this](const Seat& a, const Seat& b) {
-        const Member& x = members_[static_cast<size_t>(a.id)];
-        const Member& y = members_[static_cast<size_t>(b.id)];
+    auto shorter = [this](int a, int b) {
+        const Member& x = members_[static_cast<size_t>(a)];
+        const Member& y = members_[static_cast<size_t>(b)];
         if (x.defer != y.defer) return x.defer < y.defer;
-        return x.length != y.length ? x.length < y.length : a.id < b.id;
+        return x.length != y.length ? x.length < y.length : a < b;
     };
+    places_.resize(count + 1);
     for (int c = 1; c < CLASS_COUNT; c++) {
         for (int slot : class_groups_[c]) {
             const Group& group = groups_[static_cast<size_t>(slot)];
-            Seat* first = places_.data() + group.begin;
-            Seat* last = first + group.size;
+            int* first = order.data() + group.begin;
+            int* last = first + group.size;
             if (group.size > 1) std::sort(first, last, shorter);
             int run_end = group.begin + group.size;
-            for (Seat* place = last - 1; place >= first; place--) {
+            for (int* place = last - 1; place >= first; place--) {
                 if (place + 1 < last) {
-                    const Member& inner = members_[static_cast<size_t>(place[0].id)];
-                    const Member& outer = members_[static_cast<size_t>(place[1].id)];
+                    const Member& inner = members_[static_cast<size_t>(place[0])];
+                    const Member& outer = members_[static_cast<size_t>(place[1])];
                     bool nested = inner.defer == outer.defer && inner.length < outer.length &&
                                   std::memcmp(outer.bytes + outer.length - inner.length,
                                               inner.bytes, static_cast<size_t>(inner.length)) == 0;
-                    if (!nested) run_end = static_cast<int>(place - places_.data()) + 1;
+                    if (!nested) run_end = static_cast<int>(place - order.data()) + 1;
                 }
-                place->run_end = run_end;
+                places_[static_cast<size_t>(place - order.data())].run_end = run_end;
             }
         }
     }
-    for (size_t at = 0; at <= count; at++) {
-        if (at < count) member_at_[static_cast<size_t>(places_[at].id)] = static_cast<int>(at);
-        places_[at].waiting_from = static_cast<int>(at);
+    for (size_t at = 0; at <= count; at++) places_[at].waiting_from = static_cast<int>(at);
+
+    // Renumbering: 'order' becomes each old id's place, the texts take the new ids, and the
+    // members move to their places one cycle of the permutation at a time, without a copy.
+    std::vector<int>& place_of = order;
+    {
+        std::vector<int> by_place(order);
+        for (size_t at = 0; at < count; at++) place_of[static_cast<size_t>(by_place[at])] = static_cast<int>(at);
+    }
+    for (int& id : text_id_) {
+        if (id >= 0) id = place_of[static_cast<size_t>(id)];
+    }
+    for (size_t start = 0; start < count; start++) {
+        if (place_of[start] < 0) continue;
+        Member moving = members_[start];
+        size_t from = start;
+        for (;;) {
+            size_t to = static_cast<size_t>(place_of[from]);
+            place_of[from] = -1;
+            if (to == start) break;
+            std::swap(moving, members_[to]);
+            from = to;
+        }
+        members_[start] = moving;
     }
 }
 
@@ -704,7 +726,7 @@ void Scanner::Probe(int key_class, uint64_t key, int end) {
     for (int at = Waiting_From(group.begin); at < stop;) {
         int place_at = at;
         const Seat& place = places_[static_cast<size_t>(at)];
-        const Member& member = members_[static_cast<size_t>(place.id)];
+        const Member& member = members_[static_cast<size_t>(at)];
         counters_->work++;
         int run_stop = place.run_end;
         at = Waiting_From(run_stop);
@@ -743,28 +765,30 @@ int Scanner::Waiting_From(int at) {
 // end at 'end': the longer ones hold its bytes at their end, so they cannot either.
 void Scanner::Check_Run(int at, int stop, int end) {
     for (at = Waiting_From(at); at < stop; at = Waiting_From(at + 1)) {
-        if (!Check(members_[static_cast<size_t>(places_[static_cast<size_t>(at)].id)], end)) return;
+        if (!Check(at, end)) return;
     }
 }
 
 // Does the waiting text end at 'end'? True when it did and has been taken out of its group.
-bool Scanner::Check(const Member& member, int end) {
+bool Scanner::Check(int id, int end) {
+    const Member& member = members_[static_cast<size_t>(id)];
     if (end < member.length) return false;
     if (member.length < RING_SIZE) {
         uint64_t before = ring_[static_cast<size_t>((end - member.length) & (RING_SIZE - 1))];
-        if (prefix_hash_ - before * power_[static_cast<size_t>(member.length)] != member.hash) {
+        uint64_t hash = prefix_hash_ - before * power_[static_cast<size_t>(member.length)];
+        if (static_cast<uint32_t>(hash) != member.hash) {
             return false;
         }
     }
     // A deferred comparison may find the text done already.
-    if (first_end_[static_cast<size_t>(member.id)] >= 0) return false;
+    if (first_end_[static_cast<size_t>(id)] >= 0) return false;
     counters_->member_checks++;
     counters_->work += member.length / 16 + 1;
     if (std::memcmp(block_->data() + end - member.length, member.bytes,
                     static_cast<size_t>(member.length)) != 0) {
         return false;
     }
-    Found(member.id, end);
+    Found(id, end);
     return true;
 }
 
@@ -773,8 +797,7 @@ bool Scanner::Check(const Member& member, int end) {
 // rebuilt without them, so that their keys stop costing lookups.
 void Scanner::Found(int id, int end) {
     first_end_[static_cast<size_t>(id)] = end;
-    int at = member_at_[static_cast<size_t>(id)];
-    places_[static_cast<size_t>(at)].waiting_from = at + 1;
+    places_[static_cast<size_t>(id)].waiting_from = id + 1;
     size_t slot = static_cast<size_t>(members_[static_cast<size_t>(id)].group);
     Group& group = groups_[slot];
     if (Waiting(group)) return;
