@@ -197,11 +197,19 @@ class SuffixAutomaton {
 // in 'members_'. Kept small, as there is one per distinct text.
 struct Member {
     const char* bytes;
-    uint32_t hash;  // low half of the rolling hash of all its bytes: a filter, never proof
+    // Bits 6 and up: the low bits of the rolling hash of all its bytes, a filter and never
+    // proof. Bits 0-5: how many bytes lie between the end of its key and its own end (at most
+    // MAX_DEFER).
+    uint32_t hash_defer;
     int length;
-    int group;      // slot of its group in the group table
-    uint8_t defer;  // bytes from the end of its key to its own end (at most MAX_DEFER)
+
+    int defer() const { return static_cast<int>(hash_defer & DEFER_MASK); }
+    bool Hash_Matches(uint64_t hash) const {
+        return ((static_cast<uint32_t>(hash) ^ hash_defer) & ~DEFER_MASK) == 0;
+    }
+    static constexpr uint32_t DEFER_MASK = 63;
 };
+static_assert(MAX_DEFER <= static_cast<int>(Member::DEFER_MASK), "defer must fit its bits");
 
 // A slot of a group table: the texts that share one key. The short classes share one table,
 // their keys tagged with the class in the top byte; each wide class has a table of its own.
@@ -251,7 +259,8 @@ class Scanner {
 
   private:
     void Count_Windows(int64_t total);
-    void Choose_Key(const char* text, int length, int* key_class, uint64_t* key, uint8_t* defer);
+    void Choose_Key(const char* text, int length, int* key_class, uint64_t* key, int* defer);
+    uint64_t Key_Of(const Member& member, int* key_class) const;
     void Build();
     void Find_Distinct();
     void Build_Groups();
@@ -262,7 +271,6 @@ class Scanner {
         return table_base_[table] + ((hash >> 24 & 0xFFFFFFFFu) * table_size_[table] >> 32);
     }
     size_t Slot_Of(int key_class, uint64_t key) const;
-    int Class_Of(size_t slot) const;
     void Build_Filter(int key_class);
     void Lead(int end);
     void Prepare(int end);
@@ -373,8 +381,7 @@ void Scanner::Count_Windows(int64_t total) {
 // The key of a text: the text itself below 8 bytes; else the 8- or 16-byte window, among those
 // ending at most MAX_DEFER bytes before the end, whose 8-byte parts are rarest in the sample
 // (on a tie the one nearest the end).
-void Scanner::Choose_Key(const char* text, int length, int* key_class, uint64_t* key,
-                         uint8_t* defer) {
+void Scanner::Choose_Key(const char* text, int length, int* key_class, uint64_t* key, int* defer) {
     if (length < CLASS_WIDE8) {
         *key_class = length;
         *key = fold(text, length);
@@ -407,7 +414,19 @@ void Scanner::Choose_Key(const char* text, int length, int* key_class, uint64_t*
     uint64_t head = region[best - first];
     *key_class = width == 8 ? CLASS_WIDE8 : CLASS_WIDE16;
     *key = width == 8 ? head : wide_key(head, region[best - first + 8]);
-    *defer = static_cast<uint8_t>(length - best - width);
+    *defer = length - best - width;
+}
+
+// The key Choose_Key gave the member, from its bytes and the distance it noted.
+uint64_t Scanner::Key_Of(const Member& member, int* key_class) const {
+    if (member.length < CLASS_WIDE8) {
+        *key_class = member.length;
+        return fold(member.bytes, member.length);
+    }
+    int width = member.length < 16 ? 8 : 16;
+    const char* start = member.bytes + member.length - member.defer() - width;
+    *key_class = width == 8 ? CLASS_WIDE8 : CLASS_WIDE16;
+    return width == 8 ? fold(start, 8) : wide_key(fold(start, 8), fold(start + 8, 8));
 }
 
 // The slot of the group with this key, or the free slot where it would go.
@@ -420,12 +439,6 @@ size_t Scanner::Slot_Of(int key_class, uint64_t key) const {
         if (group.begin < 0 || group.key == tagged) return slot;
         if (++slot == end) slot = table_base_[table];
     }
-}
-
-int Scanner::Class_Of(size_t slot) const {
-    if (slot >= table_base_[TABLE_WIDE16]) return CLASS_WIDE16;
-    if (slot >= table_base_[TABLE_WIDE8]) return CLASS_WIDE8;
-    return static_cast<int>(groups_[slot].key >> 56);
 }
 
 void Scanner::Build() {
@@ -478,7 +491,7 @@ void Scanner::Find_Distinct() {
         int id = -1;
         for (; id_slots[slot] >= 0; slot = (slot + 1) & id_mask) {
             const Member& seen = members_[static_cast<size_t>(id_slots[slot])];
-            if (seen.hash == static_cast<uint32_t>(hash) && seen.length == text.length &&
+            if (seen.Hash_Matches(hash) && seen.length == text.length &&
                 std::memcmp(seen.bytes, text.bytes, static_cast<size_t>(text.length)) == 0) {
                 id = id_slots[slot];
                 break;
@@ -487,7 +500,8 @@ void Scanner::Find_Distinct() {
         if (id < 0) {
             id = static_cast<int>(members_.size());
             id_slots[slot] = id;
-            members_.push_back(Member{text.bytes, static_cast<uint32_t>(hash), text.length, 0, 0});
+            uint32_t hash_bits = static_cast<uint32_t>(hash) & ~Member::DEFER_MASK;
+            members_.push_back(Member{text.bytes, hash_bits, text.length});
         }
         text_id_[static_cast<size_t>(i)] = id;
     }
@@ -520,13 +534,16 @@ void Scanner::Build_Groups() {
     auto choose = [this, &ahead](size_t id) {
         Member& member = members_[id];
         Key& chosen = ahead[id % PREFETCH_TEXTS];
-        Choose_Key(member.bytes, member.length, &chosen.key_class, &chosen.key, &member.defer);
+        int defer = 0;
+        Choose_Key(member.bytes, member.length, &chosen.key_class, &chosen.key, &defer);
+        member.hash_defer |= static_cast<uint32_t>(defer);
         __builtin_prefetch(
             &groups_[Home_Of(chosen.key_class, group_hash(chosen.key_class, chosen.key))]);
     };
+    // Each member's group slot, while the groups are built.
+    std::vector<int> group_of(members_.size());
     for (size_t id = 0; id < members_.size() && id < PREFETCH_TEXTS; id++) choose(id);
     for (size_t id = 0; id < members_.size(); id++) {
-        Member& member = members_[id];
         int key_class = ahead[id % PREFETCH_TEXTS].key_class;
         uint64_t key = ahead[id % PREFETCH_TEXTS].key;
         if (id + PREFETCH_TEXTS < members_.size()) choose(id + PREFETCH_TEXTS);
@@ -537,7 +554,7 @@ void Scanner::Build_Groups() {
             class_groups_[key_class].push_back(static_cast<int>(slot));
         }
         group.size++;
-        member.group = static_cast<int>(slot);
+        group_of[id] = static_cast<int>(slot);
     }
 
     int begin = 0;
@@ -552,7 +569,7 @@ void Scanner::Build_Groups() {
     size_t count = members_.size();
     std::vector<int> order(count);
     for (size_t id = 0; id < count; id++) {
-        Group& group = groups_[static_cast<size_t>(members_[id].group)];
+        Group& group = groups_[static_cast<size_t>(group_of[id])];
         order[static_cast<size_t>(group.begin + group.size++)] = static_cast<int>(id);
     }
     // Within a group, members whose key lies as far from their end are sorted by length, and
@@ -561,7 +578,7 @@ void Scanner::Build_Groups() {
     auto shorter = [this](int a, int b) {
         const Member& x = members_[static_cast<size_t>(a)];
         const Member& y = members_[static_cast<size_t>(b)];
-        if (x.defer != y.defer) return x.defer < y.defer;
+        if (x.defer() != y.defer()) return x.defer() < y.defer();
         return x.length != y.length ? x.length < y.length : a < b;
     };
     places_.resize(count + 1);
@@ -576,7 +593,7 @@ void Scanner::Build_Groups() {
                 if (place + 1 < last) {
                     const Member& inner = members_[static_cast<size_t>(place[0])];
                     const Member& outer = members_[static_cast<size_t>(place[1])];
-                    bool nested = inner.defer == outer.defer && inner.length < outer.length &&
+                    bool nested = inner.defer() == outer.defer() && inner.length < outer.length &&
                                   std::memcmp(outer.bytes + outer.length - inner.length,
                                               inner.bytes, static_cast<size_t>(inner.length)) == 0;
                     if (!nested) run_end = static_cast<int>(place - order.data()) + 1;
@@ -592,7 +609,9 @@ void Scanner::Build_Groups() {
     std::vector<int>& place_of = order;
     {
         std::vector<int> by_place(order);
-        for (size_t at = 0; at < count; at++) place_of[static_cast<size_t>(by_place[at])] = static_cast<int>(at);
+        for (size_t at = 0; at < count; at++) {
+            place_of[static_cast<size_t>(by_place[at])] = static_cast<int>(at);
+        }
     }
     for (int& id : text_id_) {
         if (id >= 0) id = place_of[static_cast<size_t>(id)];
@@ -730,7 +749,7 @@ void Scanner::Probe(int key_class, uint64_t key, int end) {
         counters_->work++;
         int run_stop = place.run_end;
         at = Waiting_From(run_stop);
-        if (member.defer == 0) {
+        if (member.defer() == 0) {
             Check_Run(place_at, run_stop, end);
             continue;
         }
@@ -741,7 +760,7 @@ void Scanner::Probe(int key_class, uint64_t key, int end) {
             node = static_cast<int>(deferred_.size());
             deferred_.push_back(Deferred{0, 0, -1});
         }
-        int& head = queue_head_[static_cast<size_t>((end + member.defer) & (QUEUE_SIZE - 1))];
+        int& head = queue_head_[static_cast<size_t>((end + member.defer()) & (QUEUE_SIZE - 1))];
         deferred_[static_cast<size_t>(node)] = Deferred{place_at, run_stop, head};
         head = node;
     }
@@ -776,7 +795,7 @@ bool Scanner::Check(int id, int end) {
     if (member.length < RING_SIZE) {
         uint64_t before = ring_[static_cast<size_t>((end - member.length) & (RING_SIZE - 1))];
         uint64_t hash = prefix_hash_ - before * power_[static_cast<size_t>(member.length)];
-        if (static_cast<uint32_t>(hash) != member.hash) {
+        if (!member.Hash_Matches(hash)) {
             return false;
         }
     }
@@ -798,10 +817,12 @@ bool Scanner::Check(int id, int end) {
 void Scanner::Found(int id, int end) {
     first_end_[static_cast<size_t>(id)] = end;
     places_[static_cast<size_t>(id)].waiting_from = id + 1;
-    size_t slot = static_cast<size_t>(members_[static_cast<size_t>(id)].group);
+    // Its group is found again by its key: the slot was just looked up by the probe.
+    int key_class = 0;
+    uint64_t key = Key_Of(members_[static_cast<size_t>(id)], &key_class);
+    size_t slot = Slot_Of(key_class, key);
     Group& group = groups_[slot];
     if (Waiting(group)) return;
-    int key_class = Class_Of(slot);
     if (--live_groups_[key_class] == 0 && key_class < CLASS_WIDE8) {
         short_classes_ &= ~(1u << key_class);
     }
