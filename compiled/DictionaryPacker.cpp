@@ -716,9 +716,8 @@ void Scanner::Scan(int from) {
         if (end >= 16 && live_groups_[CLASS_WIDE16] > 0 && Maybe(CLASS_WIDE16, wide_hash_at_[at])) {
             Probe(CLASS_WIDE16, wide_at_[at], end);
         }
-        if (end >= 8 && live_groups_[CLASS_WIDE8] > 0) {
-            if (Maybe(CLASS_WIDE8, group_hash(CLASS_WIDE8, window)))
-                Probe(CLASS_WIDE8, window, end);
+        if (end >= 8 && live_groups_[CLASS_WIDE8] > 0 && Maybe(CLASS_WIDE8, window_hash_at_[at])) {
+            Probe(CLASS_WIDE8, window, end);
         }
         unsigned ending = classes_ending_[window & 0xFF];
         for (unsigned classes = short_classes_ & ending; classes != 0; classes &= classes - 1) {
