@@ -1,178 +1,104 @@
 // Mnemonic table of the assembler and its perfect-hash lookup.
 #include "assembler/OpcodeLookup.h"
 
+#include <cstdint>
 #include <cstring>
 
-#include "foundation/Hash.h"
+// Never defined: reached while the table below is built, it stops the build.
+void opcode_quick_table_refused();
 
 namespace {
 
-// Initial value of the hash that the displacement table below was generated with.
-constexpr unsigned OPCODE_HASH_SEED = 254;
+// ---- the lookup's own table ----
+// A mnemonic is 2 to 13 bytes long. Its key is two loads that between them cover every byte
+// (the first and the last 2, 4 or 8 bytes, overlapping), folded with the length; the key times
+// QUICK_MULTIPLIER, its top 10 bits, is a place in a table of 1024 where no two mnemonics meet.
+// The multiplier was searched for that. One multiply and one compare per statement, where the
+// lookup2 hash of the displacement table mixes every byte three times.
+constexpr int QUICK_BITS = 10;
+constexpr int QUICK_SIZE = 1 << QUICK_BITS;
+constexpr uint64_t QUICK_MULTIPLIER = 0x480AF482039446F9ull;
+constexpr unsigned char QUICK_NONE = 0xFF;
+constexpr int SHORTEST_MNEMONIC = 2;
+constexpr int LONGEST_MNEMONIC = 13;
+
+// Little-endian loads of 2, 4 or 8 bytes: byte by byte for the table's construction below,
+// whole words at run time.
+struct ByteLoad {
+    constexpr uint64_t operator()(const char* text, int bytes) const {
+        uint64_t value = 0;
+        for (int k = bytes - 1; k >= 0; k--) {
+            value = (value << 8) | static_cast<unsigned char>(text[k]);
+        }
+        return value;
+    }
+};
+
+struct WordLoad {
+    uint64_t operator()(const char* text, int bytes) const {
+        if (bytes == 8) {
+            uint64_t value;
+            std::memcpy(&value, text, 8);
+            return value;
+        }
+        if (bytes == 4) {
+            uint32_t value;
+            std::memcpy(&value, text, 4);
+            return value;
+        }
+        uint16_t value;
+        std::memcpy(&value, text, 2);
+        return value;
+    }
+};
+
+// 'length' is at least 2. Below 8 bytes the key holds the whole text and its length, so that
+// equal keys mean equal texts.
+template <class Load>
+constexpr uint64_t quick_key(const char* text, int length, Load load) {
+    const uint64_t size = static_cast<uint64_t>(length);
+    if (length >= 8) {
+        return load(text, 8) ^ (load(text + length - 8, 8) * 0x9E3779B97F4A7C15ull) ^ size;
+    }
+    const int half = length >= 4 ? 4 : 2;
+    return (load(text, half) | load(text + length - half, half) << (8 * half)) ^ size << 56;
+}
+
+constexpr unsigned quick_place(uint64_t key) {
+    return static_cast<unsigned>((key * QUICK_MULTIPLIER) >> (64 - QUICK_BITS));
+}
+
+struct QuickTable {
+    unsigned char slot[QUICK_SIZE];
+    // The key of each slot's mnemonic.
+    uint64_t key[OpcodeLookup::OPCODE_COUNT];
+};
+
+// The slot of each place's mnemonic, QUICK_NONE for a place that none takes; a clash would
+// stop the build.
+constexpr QuickTable build_quick_table() {
+    QuickTable table{};
+    for (unsigned char& slot : table.slot) slot = QUICK_NONE;
+    for (int slot = 0; slot <= OpcodeLookup::LAST_SLOT; slot++) {
+        const OpcodeEntry& entry = OpcodeLookup::opcodes[slot];
+        const int length = static_cast<int>(entry.name_length);
+        if (length < SHORTEST_MNEMONIC || length > LONGEST_MNEMONIC) opcode_quick_table_refused();
+        table.key[slot] = quick_key(entry.name, length, ByteLoad());
+        unsigned char& place = table.slot[quick_place(table.key[slot])];
+        if (place != QUICK_NONE) opcode_quick_table_refused();
+        place = static_cast<unsigned char>(slot);
+    }
+    return table;
+}
+
+constexpr QuickTable QUICK_TABLE = build_quick_table();
 
 }  // namespace
 
-// The mnemonics in slot order: each row sits at the slot that the hash of its name and
-// opcode_table give, so the rows and opcode_table change only together. The codes are the ones
-// the virtual machine executes. Columns: instruction code, operand count, kind of the first and
-// second operand (OPERAND_*, -1 for none), length of the name, name.
-// clang-format off
-const OpcodeEntry OpcodeLookup::opcodes[OPCODE_COUNT] = {
-//   code   ops  k1  k2   len  name                   slot
-    {0x4006, 1,   5,  -1,   5, "pushl"         },  //   0
-    {0x0216, 0,  -1,  -1,   7, "dbopenf"       },  //   1
-    {0x5303, 2,   4,   0,   4, "incg"          },  //   2
-    {0x003B, 0,  -1,  -1,   3, "ret"           },  //   3
-    {0x002E, 0,  -1,  -1,   2, "or"            },  //   4
-    {0x4044, 1,   0,  -1,   6, "lineno"        },  //   5
-    {0x0202, 0,  -1,  -1,   6, "dbskip"        },  //   6
-    {0x0015, 0,  -1,  -1,   3, "out"           },  //   7
-    {0x4102, 1,   7,  -1,   7, "importf"       },  //   8
-    {0x0032, 0,  -1,  -1,   4, "ecin"          },  //   9
-    {0x505C, 2,   0,   0,   5, "swapn"         },  //  10
-    {0x4107, 1,   7,  -1,   9, "pop3_loop"     },  //  11
-    {0x5113, 2,   7,   0,   5, "httpn"         },  //  12
-    {0x4112, 1,   7,  -1,   7, "http_cf"       },  //  13
-    {0x0206, 0,  -1,  -1,   8, "dbdelete"      },  //  14
-    {0x4026, 1,   7,  -1,   6, "jmp_eq"        },  //  15
-    {0x001F, 0,  -1,  -1,   3, "div"           },  //  16
-    {0x0043, 0,  -1,  -1,   4, "exit"          },  //  17
-    {0x020A, 0,  -1,  -1,  10, "dbsetindex"    },  //  18
-    {0x0207, 0,  -1,  -1,  10, "dbundelete"    },  //  19
-    {0x403D, 1,   8,  -1,   4, "call"          },  //  20
-    {0x0212, 0,  -1,  -1,   7, "dbquery"       },  //  21
-    {0x0048, 0,  -1,  -1,   8, "lockfile"      },  //  22
-    {0x020C, 0,  -1,  -1,   6, "dbpack"        },  //  23
-    {0x000F, 0,  -1,  -1,   4, "popd"          },  //  24
-    {0x0019, 0,  -1,  -1,   6, "bitand"        },  //  25
-    {0x001E, 0,  -1,  -1,   5, "bitsr"         },  //  26
-    {0x0203, 0,  -1,  -1,   4, "dbgo"          },  //  27
-    {0x002C, 0,  -1,  -1,   3, "cmp"           },  //  28
-    {0x400C, 1,   3,  -1,   4, "pops"          },  //  29
-    {0x4004, 1,   3,  -1,   5, "pushs"         },  //  30
-    {0x5010, 2,   2,   2,   5, "popdc"         },  //  31
-    {0x0055, 0,  -1,  -1,   5, "poprn"         },  //  32
-    {0x0038, 0,  -1,  -1,   2, "gt"            },  //  33
-    {0x4027, 1,   7,  -1,   6, "jmp_lt"        },  //  34
-    {0x0208, 0,  -1,  -1,   9, "dbprimary"     },  //  35
-    {0x0034, 0,  -1,  -1,   2, "ne"            },  //  36
-    {0x020F, 0,  -1,  -1,   8, "dbreveal"      },  //  37
-    {0x0018, 0,  -1,  -1,   3, "cat"           },  //  38
-    {0x5302, 2,   4,   0,   5, "cmpgi"         },  //  39
-    {0x4002, 1,   0,  -1,   5, "pushi"         },  //  40
-    {0x0051, 0,  -1,  -1,   8, "out_comp"      },  //  41
-    {0x4106, 1,   7,  -1,   4, "pop3"          },  //  42
-    {0x0025, 0,  -1,  -1,   6, "roundf"        },  //  43
-    {0x0033, 0,  -1,  -1,   2, "eq"            },  //  44
-    {0x002D, 0,  -1,  -1,   3, "and"           },  //  45
-    {0x4103, 1,   7,  -1,  11, "import_loop"   },  //  46
-    {0x0059, 0,  -1,  -1,  11, "capture_end"   },  //  47
-    {0x0020, 0,  -1,  -1,   3, "mul"           },  //  48
-    {0x0218, 0,  -1,  -1,  10, "dbrollback"    },  //  49
-    {0x002F, 0,  -1,  -1,   2, "in"            },  //  50
-    {0x404A, 1,   2,  -1,  10, "sourcefile"    },  //  51
-    {0x001B, 0,  -1,  -1,   6, "bitxor"        },  //  52
-    {0x404E, 1,   2,  -1,   8, "localize"      },  //  53
-    {0x4104, 1,   7,  -1,  11, "import_stop"   },  //  54
-    {0x0046, 0,  -1,  -1,  11, "do_function"   },  //  55
-    {0x0049, 0,  -1,  -1,  12, "lockfile_end"  },  //  56
-    {0x0116, 0,  -1,  -1,   9, "async_end"     },  //  57
-    {0x0217, 0,  -1,  -1,   8, "dbcommit"      },  //  58
-    {0x001A, 0,  -1,  -1,   5, "bitor"         },  //  59
-    {0x020E, 0,  -1,  -1,   8, "dbcreate"      },  //  60
-    {0x4056, 1,   2,  -1,   6, "poprnc"        },  //  61
-    {0x0037, 0,  -1,  -1,   2, "lt"            },  //  62
-    {0x0030, 0,  -1,  -1,   3, "cin"           },  //  63
-    {0x0011, 0,  -1,  -1,   4, "popn"          },  //  64
-    {0x0013, 0,  -1,  -1,   5, "spush"         },  //  65
-    {0x010B, 0,  -1,  -1,   8, "smtp_end"      },  //  66
-    {0x4110, 1,   7,  -1,  13, "commerce_loop" },  //  67
-    {0x0021, 0,  -1,  -1,   3, "mod"           },  //  68
-    {0x4012, 1,   2,  -1,   5, "popnc"         },  //  69
-    {0x003A, 0,  -1,  -1,   3, "dup"           },  //  70
-    {0x4109, 1,   7,  -1,   9, "pop3_stop"     },  //  71
-    {0x0040, 0,  -1,  -1,   4, "memb"          },  //  72
-    {0x003C, 0,  -1,  -1,   4, "retn"          },  //  73
-    {0x0205, 0,  -1,  -1,   8, "dbupdate"      },  //  74
-    {0x0215, 0,  -1,  -1,  11, "dbrevealagg"   },  //  75
-    {0x001C, 0,  -1,  -1,   5, "bitoc"         },  //  76
-    {0x5008, 2,   2,   2,   6, "pushdc"        },  //  77
-    {0x5304, 2,   4,   4,   5, "modgg"         },  //  78
-    {0x0016, 0,  -1,  -1,   3, "add"           },  //  79
-    {0x410C, 1,   7,  -1,   4, "http"          },  //  80
-    {0x410A, 1,   7,  -1,   4, "smtp"          },  //  81
-    {0x0022, 0,  -1,  -1,   6, "rounds"        },  //  82
-    {0x4001, 1,   2,  -1,   5, "pushc"         },  //  83
-    {0x410E, 1,   7,  -1,   9, "http_stop"     },  //  84
-    {0x5301, 2,   4,   4,   5, "cmpgg"         },  //  85
-    {0x400A, 1,   2,  -1,   6, "pushnc"        },  //  86
-    {0x4111, 1,   7,  -1,  13, "commerce_stop" },  //  87
-    {0x0014, 0,  -1,  -1,   4, "spop"          },  //  88
-    {0x0007, 0,  -1,  -1,   5, "pushd"         },  //  89
-    {0x003E, 0,  -1,  -1,   4, "elem"          },  //  90
-    {0x0017, 0,  -1,  -1,   3, "sub"           },  //  91
-    {0x410F, 1,   7,  -1,   8, "commerce"      },  //  92
-    {0x0042, 0,  -1,  -1,   5, "store"         },  //  93
-    {0x400E, 1,   5,  -1,   4, "popl"          },  //  94
-    {0x4101, 1,   7,  -1,   6, "import"        },  //  95
-    {0x4029, 1,   7,  -1,   6, "jmp_le"        },  //  96
-    {0x0052, 0,  -1,  -1,   6, "errmsg"        },  //  97
-    {0x0201, 0,  -1,  -1,   7, "dbclose"       },  //  98
-    {0x0210, 0,  -1,  -1,  10, "dbopenview"    },  //  99
-    {0x020B, 0,  -1,  -1,  11, "dbmakeindex"   },  // 100
-    {0x5117, 2,   7,   0,   6, "asyncn"        },  // 101
-    {0x0045, 0,  -1,  -1,   7, "do_file"       },  // 102
-    {0x404F, 1,   2,  -1,   9, "localizev"     },  // 103
-    {0x003F, 0,  -1,  -1,   7, "elem_ro"       },  // 104
-    {0x0219, 0,  -1,  -1,  10, "dbtransact"    },  // 105
-    {0x0036, 0,  -1,  -1,   2, "le"            },  // 106
-    {0x0000, 0,  -1,  -1,   4, "noop"          },  // 107
-    {0x000B, 0,  -1,  -1,   3, "pop"           },  // 108
-    {0x0200, 0,  -1,  -1,   6, "dbopen"        },  // 109
-    {0x504B, 2,   0,   0,   8, "tagerror"      },  // 110
-    {0x5305, 2,   4,   0,   7, "storegi"       },  // 111
-    {0x0204, 0,  -1,  -1,   5, "dbadd"         },  // 112
-    {0x4005, 1,   4,  -1,   5, "pushg"         },  // 113
-    {0x402A, 1,   7,  -1,   6, "jmp_ge"        },  // 114
-    {0x410D, 1,   7,  -1,   9, "http_loop"     },  // 115
-    {0x0024, 0,  -1,  -1,   3, "pow"           },  // 116
-    {0x0058, 0,  -1,  -1,   7, "capture"       },  // 117
-    {0x0105, 0,  -1,  -1,   6, "export"        },  // 118
-    {0x020D, 0,  -1,  -1,   9, "dbreindex"     },  // 119
-    {0x0009, 0,  -1,  -1,   5, "pushn"         },  // 120
-    {0x5114, 2,   7,   0,   5, "smtpn"         },  // 121
-    {0x0023, 0,  -1,  -1,   5, "crypt"         },  // 122
-    {0x001D, 0,  -1,  -1,   5, "bitsl"         },  // 123
-    {0x4025, 1,   7,  -1,   3, "jmp"           },  // 124
-    {0x021A, 0,  -1,  -1,   9, "dbcommand"     },  // 125
-    {0x005B, 0,  -1,  -1,   4, "swap"          },  // 126
-    {0x0057, 0,  -1,  -1,   5, "refer"         },  // 127
-    {0x0031, 0,  -1,  -1,   3, "ein"           },  // 128
-    {0x4028, 1,   7,  -1,   6, "jmp_gt"        },  // 129
-    {0x4054, 1,   5,  -1,   5, "poprl"         },  // 130
-    {0x0035, 0,  -1,  -1,   2, "ge"            },  // 131
-    {0x402B, 1,   7,  -1,   6, "jmp_ne"        },  // 132
-    {0x404D, 1,   2,  -1,   7, "poplvnc"       },  // 133
-    {0x0213, 0,  -1,  -1,   8, "dbfilter"      },  // 134
-    {0x404C, 1,   0,  -1,   9, "erroutput"     },  // 135
-    {0x005A, 0,  -1,  -1,   6, "isnull"        },  // 136
-    {0x8003, 1,   1,  -1,   5, "pushf"         },  // 137
-    {0x0211, 0,  -1,  -1,  11, "dbcloseview"   },  // 138
-    {0x0209, 0,  -1,  -1,   6, "dbfind"        },  // 139
-    {0x4050, 1,   0,  -1,   9, "stdoutput"     },  // 140
-    {0x400D, 1,   4,  -1,   4, "popg"          },  // 141
-    {0x4053, 1,   4,  -1,   5, "poprg"         },  // 142
-    {0x0108, 0,  -1,  -1,  11, "pop3_delete"   },  // 143
-    {0x0041, 0,  -1,  -1,   7, "memb_ro"       },  // 144
-    {0x0047, 0,  -1,  -1,   4, "hide"          },  // 145
-    {0x0214, 0,  -1,  -1,  10, "dbrevealdb"    },  // 146
-    {0x0039, 0,  -1,  -1,   3, "not"           },  // 147
-    {0x4115, 1,   7,  -1,   5, "async"         },  // 148
-    {0,      0,   0,   0,   0, nullptr         },  // 149: never reached
-};
 
-// Displacement table of the hash: slot = opcode_table[h >> 24] ^ (h & 0x7F). Generated together
-// with the slot order of opcodes above.
+// Displacement table of the slot order: slot = opcode_table[h >> 24] ^ (h & 0x7F), where h is the
+// lookup2 hash of the name with the initial value 254. Generated together with the slot order of
+// opcodes; the lookup itself goes through its own table above.
 const unsigned char OpcodeLookup::opcode_table[DISPLACEMENT_COUNT] = {
       0,   0,   0,   0,   3,   1,   6,   0,   0,   0,   0,   0,   0,   0,   0,   1,  //   0- 15
       0,   0,   0,   2,   0,   0,   3,   0,   0,   0,   0,   0,   0,   0,   0,   0,  //  16- 31
@@ -199,17 +125,18 @@ static_assert(sizeof(OpcodeLookup::opcode_table) == 256,
               "the displacement table is indexed by the hash's top byte");
 
 const OpcodeEntry* OpcodeLookup::Lookup(const char* text, int length) const {
-    if (length == -1) length = static_cast<int>(std::strlen(text));
-    if (length < 0) return nullptr;
-    unsigned h = hash(reinterpret_cast<const unsigned char*>(text), static_cast<unsigned>(length),
-                      OPCODE_HASH_SEED);
-    unsigned slot = opcode_table[h >> 24] ^ (h & 0x7F);
-    if (slot > LAST_SLOT) return nullptr;
+    if (length == -1) {
+        length = 0;
+        while (length <= LONGEST_MNEMONIC && text[length] != 0) length++;
+    }
+    if (length < SHORTEST_MNEMONIC || length > LONGEST_MNEMONIC) return nullptr;
+    const uint64_t key = quick_key(text, length, WordLoad());
+    const unsigned slot = QUICK_TABLE.slot[quick_place(key)];
+    if (slot == QUICK_NONE || QUICK_TABLE.key[slot] != key) return nullptr;
     const OpcodeEntry& entry = opcodes[slot];
-    if (entry.name_length != static_cast<unsigned>(length)) return nullptr;
-    // Mnemonics are a few bytes long: compared in place rather than through the library call.
-    for (int k = 0; k < length; k++) {
-        if (entry.name[k] != text[k]) return nullptr;
+    // Only a long text can share its key with a mnemonic it is not.
+    if (length >= 8 && std::memcmp(entry.name, text, static_cast<size_t>(length)) != 0) {
+        return nullptr;
     }
     return &entry;
 }

@@ -32,6 +32,19 @@ TEST(OpcodeLookup, EveryMnemonicIsFoundAtItsOwnSlot) {
         EXPECT_EQ(lookup.Lookup(entry.name, static_cast<int>(entry.name_length)), &entry);
     }
     EXPECT_EQ(names.size(), 149u);
+    // A text one byte away from a mnemonic, or one byte longer or shorter, is no mnemonic
+    // unless it is another one.
+    for (const std::string& name : names) {
+        for (size_t at = 0; at < name.size(); ++at) {
+            for (const std::string& near : {name.substr(0, at) + "x" + name.substr(at),
+                                            name.substr(0, at) + name.substr(at + 1),
+                                            name.substr(0, at) + "_" + name.substr(at + 1),
+                                            name + name.substr(at, 1)}) {
+                const OpcodeEntry* found = lookup.Lookup(near.data(), static_cast<int>(near.size()));
+                EXPECT_EQ(found != nullptr, names.count(near) == 1) << near;
+            }
+        }
+    }
 }
 
 TEST(OpcodeLookup, SizeBitsAgreeWithOperandKinds) {
