@@ -48,7 +48,7 @@ constexpr int WINDOW_COUNT_MIN_BITS = 8;
 // Sampled windows at most: enough for the rare ones to stand out, cheap for huge pools.
 constexpr int64_t WINDOW_SAMPLE = 4 << 20;
 // Bitmap bits per key group (at least), and the fast path's work per pool byte.
-constexpr int FILTER_BITS_PER_GROUP = 32;
+constexpr int FILTER_BITS_PER_GROUP = 16;
 // How far ahead of the scan the wide keys are computed, within a history of HISTORY_SIZE
 // positions (which also holds the fold 8 bytes back for the 16-byte key).
 constexpr int PREFETCH_DISTANCE = 16;
@@ -606,13 +606,12 @@ void Scanner::Build_Groups() {
 
     // Renumbering: 'order' becomes each old id's place, the texts take the new ids, and the
     // members move to their places one cycle of the permutation at a time, without a copy.
-    std::vector<int>& place_of = order;
-    {
-        std::vector<int> by_place(order);
-        for (size_t at = 0; at < count; at++) {
-            place_of[static_cast<size_t>(by_place[at])] = static_cast<int>(at);
-        }
+    // The group slots are done with, and their room takes the places.
+    std::vector<int>& place_of = group_of;
+    for (size_t at = 0; at < count; at++) {
+        place_of[static_cast<size_t>(order[at])] = static_cast<int>(at);
     }
+    std::vector<int>().swap(order);
     for (int& id : text_id_) {
         if (id >= 0) id = place_of[static_cast<size_t>(id)];
     }
