@@ -4,7 +4,6 @@
 
 #include <climits>
 #include <cstring>
-#include <unordered_map>
 
 #include "compiled/DictionaryPacker.h"
 #include "foundation/ByteOrder.h"
@@ -152,14 +151,11 @@ Dictionary::Dictionary(const Dictionary& other)
       repeats_block_(nullptr),
       repeats_used_(0),
       compressed_(other.compressed_) {
-    std::unordered_map<const DictionaryDataBlock*, DictionaryDataBlock*> copy_of;
+    // The copies keep the order of the blocks, so the entries' block indexes stay right.
     for (const DictionaryDataBlock* block : other.blocks_) {
-        DictionaryDataBlock* copy = new DictionaryDataBlock(*block);
-        copy_of[block] = copy;
-        blocks_.push_back(copy);
+        blocks_.push_back(new DictionaryDataBlock(*block));
     }
-    for (Entry_Slot& entry : entries_) entry.block = copy_of[entry.block];
-    if (other.current_ != nullptr) current_ = copy_of[other.current_];
+    if (other.current_ != nullptr) current_ = blocks_.back();
 }
 
 Dictionary::~Dictionary() {
@@ -200,7 +196,7 @@ int Dictionary::Entry_Add(const char* text, int length) {
     if (entries() == entry_capacity_) entry_capacity_ += DICTIONARY_ENTRY_STEP;
     int index = entries();
     compressed_ = false;
-    entries_.push_back(Entry_Slot{nullptr, -1, length});
+    entries_.push_back(Entry_Slot{-1, -1, length});
     Entry_Slot& entry = entries_.back();
     if (current_ != nullptr) {
         int offset = Repeated_Offset(text, length);
@@ -212,7 +208,7 @@ int Dictionary::Entry_Add(const char* text, int length) {
             if (offset != -1) Remember(text, length, offset, offset == used ? used : -1);
         }
         if (offset != -1) {
-            entry.block = current_;
+            entry.block = static_cast<int>(blocks_.size()) - 1;
             entry.offset = offset;
             return index;
         }
@@ -222,7 +218,7 @@ int Dictionary::Entry_Add(const char* text, int length) {
     DictionaryDataBlock* block = New_Block(dictionary_block_capacity(length));
     current_ = block;
     entry.offset = block->Add(text, length);
-    entry.block = block;
+    entry.block = static_cast<int>(blocks_.size());
     blocks_.push_back(block);
     return index;
 }
@@ -349,7 +345,7 @@ const char* Dictionary::Entry(int index, int* size) const {
     }
     const Entry_Slot& entry = entries_[static_cast<size_t>(index)];
     if (size != nullptr) *size = entry.size;
-    return entry.block->data() + entry.offset;
+    return blocks_[static_cast<size_t>(entry.block)]->data() + entry.offset;
 }
 
 int Dictionary::Entry_Offset(int index) const {
@@ -366,7 +362,7 @@ void Dictionary::Compress() {
         // The same texts again give the same pool, in a block of exactly its size.
         DictionaryDataBlock* packed = new DictionaryDataBlock(total);
         packed->Append(blocks_[0]->data(), total);
-        for (Entry_Slot& entry : entries_) entry.block = packed;
+        for (Entry_Slot& entry : entries_) entry.block = 0;
         Free_Blocks();
         blocks_.push_back(packed);
         current_ = packed;
@@ -376,12 +372,14 @@ void Dictionary::Compress() {
     // so that no copy of the entry table is made for it.
     class Entries : public DictionaryPacker::Texts {
       public:
-        Entries(Dictionary* dictionary, DictionaryDataBlock* packed)
-            : dictionary_(dictionary), entries_(&dictionary->entries_), packed_(packed) {}
+        explicit Entries(Dictionary* dictionary)
+            : dictionary_(dictionary), entries_(&dictionary->entries_) {}
         int count() const override { return static_cast<int>(entries_->size()); }
         DictionaryPacker::Text At(int i) const override {
             const Entry_Slot& entry = (*entries_)[static_cast<size_t>(i)];
-            return DictionaryPacker::Text{entry.block->data() + entry.offset, entry.size};
+            const DictionaryDataBlock* block =
+                dictionary_->blocks_[static_cast<size_t>(entry.block)];
+            return DictionaryPacker::Text{block->data() + entry.offset, entry.size};
         }
         // Texts are read in index order, and an entry's block is the current one when it is
         // added or a later one: every block before this text's own holds only texts that are
@@ -389,21 +387,21 @@ void Dictionary::Compress() {
         void Placed(int i, int offset) override {
             Entry_Slot& entry = (*entries_)[static_cast<size_t>(i)];
             std::vector<DictionaryDataBlock*>& blocks = dictionary_->blocks_;
-            while (released_ < blocks.size() && blocks[released_] != entry.block) {
-                dictionary_->Release_Bytes(blocks[released_++]);
+            while (released_ < entry.block) {
+                dictionary_->Release_Bytes(blocks[static_cast<size_t>(released_++)]);
             }
-            entry.block = packed_;
+            // The packed block is about to be the only one.
+            entry.block = 0;
             entry.offset = offset;
         }
 
       private:
         Dictionary* dictionary_;
         GrowingArray<Entry_Slot>* entries_;
-        DictionaryDataBlock* packed_;
-        size_t released_ = 0;
+        int released_ = 0;
     };
     DictionaryDataBlock* packed = new DictionaryDataBlock(total);
-    Entries texts(this, packed);
+    Entries texts(this);
     DictionaryPacker().Pack(&texts, packed);
     Free_Blocks();
     blocks_.push_back(packed);
@@ -422,13 +420,13 @@ void Dictionary::Compress_Reference() {
     for (const DictionaryDataBlock* block : blocks_) total += block->used();
     DictionaryDataBlock* packed = new DictionaryDataBlock(total);
     for (Entry_Slot& entry : entries_) {
-        const char* text = entry.block->data() + entry.offset;
+        const char* text = blocks_[static_cast<size_t>(entry.block)]->data() + entry.offset;
         int offset = packed->Add(text, entry.size);
         if (offset == -1) {
             packed->Grow(dictionary_block_capacity(packed->used() + entry.size));
             offset = packed->Add(text, entry.size);
         }
-        entry.block = packed;
+        entry.block = 0;  // the packed block, once the others are gone
         entry.offset = offset;
     }
     Free_Blocks();
@@ -461,8 +459,9 @@ bool Dictionary::Write(TaggedFile* file) {
         std::vector<unsigned char> table(entries_.size() * DICTIONARY_ENTRY_SIZE);
         unsigned char* at = table.data();
         for (const Entry_Slot& entry : entries_) {
-            put_u32(at + 0, static_cast<uint32_t>(entry.block->base()) +
-                                static_cast<uint32_t>(entry.offset));
+            const DictionaryDataBlock* block = blocks_[static_cast<size_t>(entry.block)];
+            put_u32(at + 0,
+                    static_cast<uint32_t>(block->base()) + static_cast<uint32_t>(entry.offset));
             put_u32(at + 4, static_cast<uint32_t>(entry.size));
             at += DICTIONARY_ENTRY_SIZE;
         }
@@ -538,7 +537,7 @@ bool Dictionary::Read(TaggedFile* file) {
             Error("dictionary_entry.size out of range");
             return false;
         }
-        entries[i] = Entry_Slot{nullptr, offset, size};
+        entries[i] = Entry_Slot{0, offset, size};
     }
 
     // A negative data size asks for a negative count, which the container refuses; that
@@ -552,7 +551,6 @@ bool Dictionary::Read(TaggedFile* file) {
     DictionaryDataBlock* block = new DictionaryDataBlock((block_count + 1) * TF_DATA_BLOCK_SIZE);
     if (data_size > 0) std::memcpy(block->data_, data.data(), static_cast<size_t>(data_size));
     block->used_ = data_size;
-    for (Entry_Slot& entry : entries) entry.block = block;
 
     // The current block was one of the old ones; with them gone there is none.
     Free_Blocks();

@@ -108,8 +108,9 @@ class Dictionary {
     const DictionaryDataBlock* block(int i) const;
 
   private:
+    // An index rather than a pointer: a program can hold millions of entries.
     struct Entry_Slot {
-        DictionaryDataBlock* block;
+        int block;  // in 'blocks_'
         int offset;
         int size;
     };
@@ -128,7 +129,7 @@ class Dictionary {
     int entry_capacity_;
     // Owned, in creation order.
     std::vector<DictionaryDataBlock*> blocks_;
-    // The block new texts go into; one of 'blocks_', or null.
+    // The block new texts go into: the last of 'blocks_', or null.
     DictionaryDataBlock* current_;
     // The bytes of the small blocks, carved in order out of slabs of SLAB_SIZE bytes, so that
     // repacking can hand each slab back whole once it has read every text in it. A large
