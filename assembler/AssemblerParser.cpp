@@ -49,6 +49,7 @@ AssemblerParser::AssemblerParser(AssemblerApplication* application, File* file,
       current_context_(nullptr),
       external_declaration_open_(false),
       top_context_(nullptr),
+      function_context_(nullptr),
       saved_context_(nullptr),
       function_stack_(0),
       global_hash_(
@@ -72,7 +73,7 @@ AssemblerParser::AssemblerParser(AssemblerApplication* application, File* file,
 }
 
 AssemblerParser::~AssemblerParser() {
-    if (current_context_ != top_context_) delete current_context_;
+    delete function_context_;
     delete top_context_;
     delete segment_manager_;
     delete global_hash_;
@@ -218,8 +219,13 @@ int AssemblerParser::ProcessFunction(const char* name, int length, int flags) {
         current_function_ =
             function_manager_->Function_Add(segment->number(), 0, name, length, nullptr, 0, flags);
         saved_context_ = current_context_;
-        current_context_ = new FunctionContext(this, &dictionary_, current_function_, segment,
-                                               nullptr, current_function_->variables());
+        if (function_context_ == nullptr) {
+            function_context_ = new FunctionContext(this, &dictionary_, current_function_, segment,
+                                                    nullptr, current_function_->variables());
+        } else {
+            function_context_->Restart(current_function_, segment, current_function_->variables());
+        }
+        current_context_ = function_context_;
     }
     function_stack_.Push(current_function_);
     function_names_.Insert(name, length, current_function_->index());
@@ -252,7 +258,6 @@ int AssemblerParser::ProcessEndFunction() {
         result = current_context_->InsertOperator(static_cast<int>(OPCODE_RETN));
         if (result == 0) result = current_context_->Resolve();
         current_context_->segment()->Trim();
-        delete current_context_;
         current_context_ = saved_context_;
         saved_context_ = nullptr;
     }
@@ -385,6 +390,7 @@ void AssemblerParser::ReleaseSymbols() {
     function_names_.Clear();
     string_identifiers_.Clear();
     top_context_->ReleaseSymbols();
+    if (function_context_ != nullptr) function_context_->ReleaseSymbols();
 }
 
 // The counts of the file Write is about to write, and its size at most: bucket records are

@@ -107,11 +107,13 @@ class AssemblerParser : public Parser {
     NameTable string_identifiers_;
     FunctionManager* function_manager_;
     Function* current_function_;
-    // The top level's context lives as long as the parser; a function's context from its
-    // `.function` to its `.endfunction`, while 'saved_context_' holds the top level's.
+    // The top level's context, and the one context that every internal function takes up in
+    // turn (made at the first); while a function is open, 'saved_context_' holds the top
+    // level's.
     FunctionContext* current_context_;
     bool external_declaration_open_;
     FunctionContext* top_context_;
+    FunctionContext* function_context_;
     FunctionContext* saved_context_;
     Stack<Function> function_stack_;
     VariableHash* global_hash_;

@@ -46,6 +46,23 @@ void FunctionContext::ReleaseSymbols() {
     own_identifiers_.Clear();
 }
 
+void FunctionContext::Restart(Function* function, Segment* segment, VariableHash* variables) {
+    function_ = function;
+    segment_ = segment;
+    variables_ = variables;
+    position_ = 0;
+    labels_.Clear();
+    own_identifiers_.Clear();
+    // What a huge function needed is given back rather than kept for the rest.
+    constexpr size_t KEPT_REFERENCES = 4096;
+    if (label_references_.capacity() > KEPT_REFERENCES) {
+        std::vector<LabelReference>().swap(label_references_);
+        GrowingArray<char>().swap(reference_names_);
+    }
+    label_references_.clear();
+    reference_names_.resize(0);
+}
+
 FunctionContext::~FunctionContext() = default;
 
 // ---- emission ----

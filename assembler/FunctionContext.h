@@ -52,6 +52,9 @@ class FunctionContext {
     // Frees the labels, the label references and (inside a function) the identifiers once the
     // segment is resolved; the segment and the function stay.
     void ReleaseSymbols();
+    // Takes up the code of another function, from position 0 of 'segment'. The previous
+    // function's names are forgotten, but their tables stay allocated for the new one's.
+    void Restart(Function* function, Segment* segment, VariableHash* variables);
 
     Segment* segment() const { return segment_; }
     Function* function() const { return function_; }

@@ -16,23 +16,64 @@ size_t entry_size(int length) {
     return (ENTRY_HEADER + static_cast<size_t>(length) + 3) & ~size_t{3};
 }
 
+uint64_t load8(const unsigned char* p) {
+    uint64_t word;
+    std::memcpy(&word, p, 8);
+    return word;
+}
+
+uint64_t load4(const unsigned char* p) {
+    uint32_t word;
+    std::memcpy(&word, p, 4);
+    return word;
+}
+
+// Equality of two texts of 'length' bytes. Names are mostly short: up to 16 bytes they are
+// compared as two overlapping words, without the library call.
+bool same_text(const char* a, const char* b, size_t length) {
+    const unsigned char* p = reinterpret_cast<const unsigned char*>(a);
+    const unsigned char* q = reinterpret_cast<const unsigned char*>(b);
+    if (length >= 8) {
+        if (length > 16) return std::memcmp(p, q, length) == 0;
+        return ((load8(p) ^ load8(q)) | (load8(p + length - 8) ^ load8(q + length - 8))) == 0;
+    }
+    if (length >= 4) {
+        return ((load4(p) ^ load4(q)) | (load4(p + length - 4) ^ load4(q + length - 4))) == 0;
+    }
+    for (size_t k = 0; k < length; k++) {
+        if (p[k] != q[k]) return false;
+    }
+    return true;
+}
+
 }  // namespace
 
-// Eight bytes at a time, each folded in with a multiply; the tail is gathered byte by byte, as
-// nothing may be read past a name's end.
+// Eight bytes at a time, each folded in with a multiply; the last, partial word is read as
+// words that overlap what came before, as nothing may be read past a name's end.
 uint64_t NameTable::Hash(const char* name, int length) {
     const unsigned char* p = reinterpret_cast<const unsigned char*>(name);
     uint64_t h = 0x9E3779B97F4A7C15ull ^ static_cast<uint64_t>(length);
-    size_t left = static_cast<size_t>(length);
-    for (; left >= 8; left -= 8, p += 8) {
-        uint64_t word;
-        std::memcpy(&word, p, 8);
-        h = (h ^ word) * 0xFF51AFD7ED558CCDull;
-        h ^= h >> 32;
+    const size_t size = static_cast<size_t>(length);
+    uint64_t last;
+    if (size >= 8) {
+        size_t at = 0;
+        for (; at + 8 < size; at += 8) {
+            h = (h ^ load8(p + at)) * 0xFF51AFD7ED558CCDull;
+            h ^= h >> 32;
+        }
+        last = load8(p + size - 8);
+    } else if (size >= 4) {
+        last = load4(p) | load4(p + size - 4) << 32;
+    } else if (size > 0) {
+        last = p[0] | static_cast<uint64_t>(p[size / 2]) << 8 | static_cast<uint64_t>(p[size - 1]) << 16;
+    } else {
+        last = 0;
     }
-    uint64_t tail = 0;
-    for (size_t k = 0; k < left; k++) tail |= static_cast<uint64_t>(p[k]) << (8 * k);
-    h = (h ^ tail) * 0xC4CEB9FE1A85EC53ull;
+    // Every bit of the last word must reach the low bits that pick the home slot, and a
+    // product's low bits only see the factors' low bits: a second round folds the high half
+    // down before multiplying again.
+    h = (h ^ last) * 0xC4CEB9FE1A85EC53ull;
+    h = (h ^ (h >> 32)) * 0xFF51AFD7ED558CCDull;
     return h ^ (h >> 29);
 }
 
@@ -47,8 +88,7 @@ size_t NameTable::Probe(const char* name, int length, uint64_t hash) const {
         int32_t entry_length;
         std::memcpy(&entry_length, entry + 4, 4);
         if (entry_length == length &&
-            (length == 0 ||
-             std::memcmp(entry + ENTRY_HEADER, name, static_cast<size_t>(length)) == 0)) {
+            same_text(entry + ENTRY_HEADER, name, static_cast<size_t>(length))) {
             return at;
         }
     }
