@@ -336,9 +336,8 @@ int AssemblerParser::Resolve() {
         // Case-sensitive, unlike the duplicate check: `call Main` does not find `main`.
         int function;
         if (!function_names_.Find(name, reference.length, &function)) {
-            return AssembleError(
-                AE_UNRESOLVED_AT_END,
-                message_with("Unable to resolve function \"", name, reference.length, "\""));
+            return AssembleError(AE_UNRESOLVED_AT_END, message_with("Unable to resolve function \"",
+                                                                    name, reference.length, "\""));
         }
         reference.segment->Write_Dword(reference.position, static_cast<unsigned int>(function));
     }

@@ -92,9 +92,8 @@ int FunctionContext::Emitted(int next_position) {
 
 // ---- declarations and references ----
 
-int FunctionContext::ProcessVariable(VariableHash* hash, NameTable* table,
-                                     const char* identifier, int identifier_length,
-                                     const char* name, int name_length) {
+int FunctionContext::ProcessVariable(VariableHash* hash, NameTable* table, const char* identifier,
+                                     int identifier_length, const char* name, int name_length) {
     // The name is checked first, so a line that repeats both name and identifier reports the
     // name.
     Variable* variable = nullptr;

@@ -65,7 +65,8 @@ uint64_t NameTable::Hash(const char* name, int length) {
     } else if (size >= 4) {
         last = load4(p) | load4(p + size - 4) << 32;
     } else if (size > 0) {
-        last = p[0] | static_cast<uint64_t>(p[size / 2]) << 8 | static_cast<uint64_t>(p[size - 1]) << 16;
+        last = p[0] | static_cast<uint64_t>(p[size / 2]) << 8 |
+               static_cast<uint64_t>(p[size - 1]) << 16;
     } else {
         last = 0;
     }

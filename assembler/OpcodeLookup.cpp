@@ -95,10 +95,10 @@ constexpr QuickTable QUICK_TABLE = build_quick_table();
 
 }  // namespace
 
-
 // Displacement table of the slot order: slot = opcode_table[h >> 24] ^ (h & 0x7F), where h is the
 // lookup2 hash of the name with the initial value 254. Generated together with the slot order of
 // opcodes; the lookup itself goes through its own table above.
+// clang-format off
 const unsigned char OpcodeLookup::opcode_table[DISPLACEMENT_COUNT] = {
       0,   0,   0,   0,   3,   1,   6,   0,   0,   0,   0,   0,   0,   0,   0,   1,  //   0- 15
       0,   0,   0,   2,   0,   0,   3,   0,   0,   0,   0,   0,   0,   0,   0,   0,  //  16- 31

@@ -358,6 +358,11 @@ int Parser::Start() {
             file_->Discard(discarded, until - discarded);
             discarded = until;
         }
+        // The commonest token, the newline that ends a statement, needs no trip through Step.
+        if (type == TOKEN_END_OF_LINE && grammar.state == STATE_STATEMENT) {
+            ++line_;
+            continue;
+        }
         if (Step(grammar, type)) {
             if (mapped() && source_length_ > discarded) {
                 file_->Discard(discarded, source_length_ - discarded);

@@ -75,13 +75,13 @@ std::vector<unsigned char> encode_bucket_records(const BucketArray& buckets, int
     std::vector<unsigned char> bytes(static_cast<size_t>(BUCKET_RECORD_SIZE) *
                                      static_cast<size_t>(limit > 0 ? limit : 0));
     int record = 0;
-    for (int b = 0; b < bucket_count && record < limit; ++b) {
-        if (buckets.Head(b) == -1) continue;
+    buckets.ForEachChain(bucket_count, [&](int bucket, int head) {
+        if (record >= limit) return;
         unsigned char* at = bytes.data() + static_cast<size_t>(BUCKET_RECORD_SIZE) * record;
-        put_u16(at, static_cast<uint32_t>(b));
-        put_u32(at + 2, static_cast<uint32_t>(buckets.Head(b)));
+        put_u16(at, static_cast<uint32_t>(bucket));
+        put_u32(at + 2, static_cast<uint32_t>(head));
         ++record;
-    }
+    });
     *records = record;
     return bytes;
 }

@@ -3,6 +3,7 @@
 #ifndef TARN_COMPILED_TABLESUPPORT_H
 #define TARN_COMPILED_TABLESUPPORT_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -76,6 +77,33 @@ class BucketArray {
             pairs_.clear();
         }
         Store(bucket, head);
+    }
+    // Calls 'visit(bucket, head)' for every bucket below 'bucket_count' that has a chain, in
+    // ascending bucket order; a table kept as pairs costs its pairs, not its bucket count.
+    template <class Visit>
+    void ForEachChain(int bucket_count, Visit visit) const {
+        if (heads_.empty()) {
+            Pair sorted[MAX_PAIRS];
+            size_t count = 0;
+            for (const Pair& pair : pairs_) {
+                size_t at = count++;
+                for (; at > 0 && sorted[at - 1].bucket > pair.bucket; --at) {
+                    sorted[at] = sorted[at - 1];
+                }
+                sorted[at] = pair;
+            }
+            for (size_t k = 0; k < count; ++k) {
+                if (sorted[k].bucket < bucket_count && sorted[k].head != -1) {
+                    visit(sorted[k].bucket, sorted[k].head);
+                }
+            }
+            return;
+        }
+        const size_t end =
+            std::min(heads_.size(), static_cast<size_t>(bucket_count > 0 ? bucket_count : 0));
+        for (size_t b = 0; b < end; ++b) {
+            if (heads_[b] != -1) visit(static_cast<int>(b), heads_[b]);
+        }
     }
     int held() const {
         int highest = -1;

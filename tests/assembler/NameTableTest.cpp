@@ -16,10 +16,18 @@ TEST(NameTable, AgreesWithAMapThroughGrowthAndClearing) {
         // and bytes of every value.
         std::string name;
         switch (random() % 4) {
-            case 0: name = "n" + std::to_string(random() % 3000); break;
-            case 1: name = "a_long_common_prefix_" + std::to_string(random() % 3000); break;
-            case 2: name = std::string(random() % 3, static_cast<char>(random() % 256)); break;
-            default: name = std::string(8 + random() % 9, 'x') + static_cast<char>(random()); break;
+            case 0:
+                name = "n" + std::to_string(random() % 3000);
+                break;
+            case 1:
+                name = "a_long_common_prefix_" + std::to_string(random() % 3000);
+                break;
+            case 2:
+                name = std::string(random() % 3, static_cast<char>(random() % 256));
+                break;
+            default:
+                name = std::string(8 + random() % 9, 'x') + static_cast<char>(random());
+                break;
         }
         if (step % 9000 == 8999) {
             table.Clear();
