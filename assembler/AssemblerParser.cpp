@@ -397,9 +397,7 @@ void AssemblerParser::ReleaseSymbols() {
 FormatCounts AssemblerParser::Counts() {
     FormatCounts counts;
     counts.dictionary_entries = dictionary_.entries();
-    for (int b = 0; b < dictionary_.blocks(); ++b) {
-        counts.dictionary_bytes += dictionary_.block(b)->used();
-    }
+    counts.dictionary_bytes = dictionary_.data_size();
     counts.globals = global_hash_->Entries();
     counts.systems = system_hash_->Entries();
     counts.functions = function_manager_->Functions();

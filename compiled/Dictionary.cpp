@@ -138,11 +138,13 @@ Dictionary::Dictionary()
       windows_used_(0),
       repeats_block_(nullptr),
       repeats_used_(0),
-      compressed_(false) {}
+      compressed_(false),
+      laid_out_(0),
+      capacity_open_(false),
+      packed_entries_(0) {}
 
 Dictionary::Dictionary(const Dictionary& other)
     : error_(other.error_),
-      entries_(other.entries_),
       entry_capacity_(other.entry_capacity_),
       current_(nullptr),
       flags_(other.flags_),
@@ -150,7 +152,17 @@ Dictionary::Dictionary(const Dictionary& other)
       windows_used_(0),
       repeats_block_(nullptr),
       repeats_used_(0),
-      compressed_(other.compressed_) {
+      compressed_(other.compressed_),
+      laid_out_(0),
+      capacity_open_(false),
+      packed_entries_(0) {
+    // Laying out and settling change nothing that can be seen of the original.
+    Dictionary& original = const_cast<Dictionary&>(other);
+    original.Lay_Out();
+    original.Settle_Capacity();
+    GrowingArray<Entry_Slot> entries(other.entries_);
+    entries_.swap(entries);
+    laid_out_ = other.laid_out_;
     // The copies keep the order of the blocks, so the entries' block indexes stay right.
     for (const DictionaryDataBlock* block : other.blocks_) {
         blocks_.push_back(new DictionaryDataBlock(*block));
@@ -160,6 +172,12 @@ Dictionary::Dictionary(const Dictionary& other)
 
 Dictionary::~Dictionary() {
     Free_Blocks();
+    Free_Pending();
+}
+
+void Dictionary::Free_Pending() {
+    for (Slab& slab : pending_) delete[] slab.bytes;
+    pending_.clear();
 }
 
 void Dictionary::Free_Blocks() {
@@ -181,8 +199,16 @@ void Dictionary::Error(const String& text) {
     if (!text.empty()) error_ = text;
 }
 
+// Looking at the blocks is when their layout has to be there. Laying out changes nothing that
+// can be seen, so these stay const for their callers.
+int Dictionary::blocks() const {
+    const_cast<Dictionary*>(this)->Lay_Out();
+    return static_cast<int>(blocks_.size());
+}
+
 const DictionaryDataBlock* Dictionary::block(int i) const {
     if (i < 0 || i >= blocks()) return nullptr;
+    const_cast<Dictionary*>(this)->Settle_Capacity();
     return blocks_[static_cast<size_t>(i)];
 }
 
@@ -196,8 +222,33 @@ int Dictionary::Entry_Add(const char* text, int length) {
     if (entries() == entry_capacity_) entry_capacity_ += DICTIONARY_ENTRY_STEP;
     int index = entries();
     compressed_ = false;
-    entries_.push_back(Entry_Slot{-1, -1, length});
-    Entry_Slot& entry = entries_.back();
+    // The bytes wait in the last pending slab, or a new one (a text that would take much of a
+    // slab has one of its own size).
+    if (pending_.empty() || pending_.back().size - pending_.back().used < length) {
+        int size = length > SLAB_SIZE / 8 ? length : SLAB_SIZE;
+        pending_.push_back(Slab{new char[size > 0 ? size : 1], size, 0, 0});
+    }
+    Slab& slab = pending_.back();
+    if (length > 0) std::memcpy(slab.bytes + slab.used, text, static_cast<size_t>(length));
+    entries_.push_back(Entry_Slot{-static_cast<int>(pending_.size()), slab.used, length});
+    slab.used += length;
+    return index;
+}
+
+void Dictionary::Lay_Out() {
+    if (laid_out_ == entries()) return;
+    // Texts go into the packed block while it has room, so its capacity must be the real one.
+    Settle_Capacity();
+    for (size_t i = static_cast<size_t>(laid_out_); i < entries_.size(); i++) {
+        Entry_Slot& entry = entries_[i];
+        const char* text = pending_[static_cast<size_t>(-1 - entry.block)].bytes + entry.offset;
+        Place(&entry, text, entry.size);
+    }
+    laid_out_ = entries();
+    Free_Pending();
+}
+
+void Dictionary::Place(Entry_Slot* entry, const char* text, int length) {
     if (current_ != nullptr) {
         int offset = Repeated_Offset(text, length);
         if (offset == -1) {
@@ -208,19 +259,51 @@ int Dictionary::Entry_Add(const char* text, int length) {
             if (offset != -1) Remember(text, length, offset, offset == used ? used : -1);
         }
         if (offset != -1) {
-            entry.block = static_cast<int>(blocks_.size()) - 1;
-            entry.offset = offset;
-            return index;
+            entry->block = static_cast<int>(blocks_.size()) - 1;
+            entry->offset = offset;
+            return;
         }
     }
     // No block yet, or the current one is full: a new block that surely holds the text. The
     // earlier block keeps its unused tail.
     DictionaryDataBlock* block = New_Block(dictionary_block_capacity(length));
     current_ = block;
-    entry.offset = block->Add(text, length);
-    entry.block = static_cast<int>(blocks_.size());
+    entry->offset = block->Add(text, length);
+    entry->block = static_cast<int>(blocks_.size());
     blocks_.push_back(block);
-    return index;
+}
+
+// The straightforward repacking makes its block as large as the used counts of the layout
+// before it, and grows it by granules when an append does not fit. Both are found again here:
+// the packed texts laid out afresh give the first, and the appends in the packed block (a text
+// whose offset is the block's end so far) replay the second.
+void Dictionary::Settle_Capacity() {
+    if (!capacity_open_) return;
+    capacity_open_ = false;
+    Dictionary fresh;
+    for (int i = 0; i < packed_entries_; i++) {
+        int size = 0;
+        const char* text = Entry(i, &size);
+        fresh.Entry_Add(text, size);
+    }
+    fresh.Lay_Out();
+    int64_t capacity = fresh.data_size();
+    int64_t used = 0;
+    for (int i = 0; i < packed_entries_; i++) {
+        const Entry_Slot& entry = entries_[static_cast<size_t>(i)];
+        if (entry.size == 0 || entry.offset != used) continue;
+        if (used + entry.size > capacity) {
+            capacity = dictionary_block_capacity(static_cast<int>(used + entry.size));
+        }
+        used += entry.size;
+    }
+    DictionaryDataBlock* packed = blocks_[0];
+    if (capacity > packed->capacity_) {
+        packed->Grow(static_cast<int>(capacity));
+    } else {
+        // The block's storage may be larger than its capacity; nothing goes past the capacity.
+        packed->capacity_ = static_cast<int>(capacity);
+    }
 }
 
 // A block for Entry_Add: small ones out of the last slab, or a new one; a block that would take
@@ -229,7 +312,7 @@ DictionaryDataBlock* Dictionary::New_Block(int capacity) {
     if (capacity > SLAB_SIZE / 8) return new DictionaryDataBlock(capacity);
     if (slabs_.empty() || SLAB_SIZE - slabs_.back().used < capacity) {
         // Untouched, the rest of the last slab costs no memory.
-        slabs_.push_back(Slab{new char[SLAB_SIZE], 0, 0});
+        slabs_.push_back(Slab{new char[SLAB_SIZE], SLAB_SIZE, 0, 0});
     }
     Slab& slab = slabs_.back();
     DictionaryDataBlock* block = new DictionaryDataBlock(
@@ -345,17 +428,26 @@ const char* Dictionary::Entry(int index, int* size) const {
     }
     const Entry_Slot& entry = entries_[static_cast<size_t>(index)];
     if (size != nullptr) *size = entry.size;
+    if (entry.block < 0) return pending_[static_cast<size_t>(-1 - entry.block)].bytes + entry.offset;
     return blocks_[static_cast<size_t>(entry.block)]->data() + entry.offset;
 }
 
 int Dictionary::Entry_Offset(int index) const {
     if (index < 0 || index >= entries()) return -1;
+    const_cast<Dictionary*>(this)->Lay_Out();
     return entries_[static_cast<size_t>(index)].offset;
 }
 
 // The layout of repacking depends on nothing but the texts in index order: the pool of the
 // straightforward Compress_Reference, found in one scan (DictionaryPacker).
 void Dictionary::Compress() {
+    // The packer needs nothing but the texts in index order. When none has been laid out yet,
+    // it reads them where they wait, and the layout before repacking is never worked out.
+    int64_t pending_bytes = 0;
+    for (const Entry_Slot& entry : entries_) pending_bytes += entry.size;
+    bool from_pending = laid_out_ == 0 && blocks_.empty() && entries() > 0 &&
+                        pending_bytes <= INT_MAX - TF_DATA_BLOCK_SIZE;
+    if (!from_pending) Lay_Out();
     int total = 0;
     for (const DictionaryDataBlock* block : blocks_) total += block->used();
     if (compressed_ && blocks_.size() == 1) {
@@ -366,6 +458,7 @@ void Dictionary::Compress() {
         Free_Blocks();
         blocks_.push_back(packed);
         current_ = packed;
+        capacity_open_ = false;
         return;
     }
     // The packer reads each entry where it is and moves it to the packed block once placed,
@@ -376,19 +469,27 @@ void Dictionary::Compress() {
             : dictionary_(dictionary), entries_(&dictionary->entries_) {}
         int count() const override { return static_cast<int>(entries_->size()); }
         DictionaryPacker::Text At(int i) const override {
-            const Entry_Slot& entry = (*entries_)[static_cast<size_t>(i)];
-            const DictionaryDataBlock* block =
-                dictionary_->blocks_[static_cast<size_t>(entry.block)];
-            return DictionaryPacker::Text{block->data() + entry.offset, entry.size};
+            int size = 0;
+            const char* bytes = dictionary_->Entry(i, &size);
+            return DictionaryPacker::Text{bytes, size};
         }
-        // Texts are read in index order, and an entry's block is the current one when it is
-        // added or a later one: every block before this text's own holds only texts that are
-        // placed, so its bytes can go while the packed block grows.
+        // Texts are read in index order, and an entry's bytes are in the block or slab that
+        // was last when it was added, or a later one: every one before this text's own holds
+        // only texts that are placed, so its memory can go while the packed block grows.
         void Placed(int i, int offset) override {
             Entry_Slot& entry = (*entries_)[static_cast<size_t>(i)];
-            std::vector<DictionaryDataBlock*>& blocks = dictionary_->blocks_;
-            while (released_ < entry.block) {
-                dictionary_->Release_Bytes(blocks[static_cast<size_t>(released_++)]);
+            if (entry.block < 0) {
+                std::vector<Slab>& pending = dictionary_->pending_;
+                while (released_ < -1 - entry.block) {
+                    Slab& slab = pending[static_cast<size_t>(released_++)];
+                    delete[] slab.bytes;
+                    slab.bytes = nullptr;
+                }
+            } else {
+                std::vector<DictionaryDataBlock*>& blocks = dictionary_->blocks_;
+                while (released_ < entry.block) {
+                    dictionary_->Release_Bytes(blocks[static_cast<size_t>(released_++)]);
+                }
             }
             // The packed block is about to be the only one.
             entry.block = 0;
@@ -400,13 +501,19 @@ void Dictionary::Compress() {
         GrowingArray<Entry_Slot>* entries_;
         int released_ = 0;
     };
-    DictionaryDataBlock* packed = new DictionaryDataBlock(total);
+    // From pending texts, a block that surely holds them all; its capacity is settled later.
+    DictionaryDataBlock* packed =
+        new DictionaryDataBlock(from_pending ? static_cast<int>(pending_bytes) : total);
     Entries texts(this);
     DictionaryPacker().Pack(&texts, packed);
     Free_Blocks();
+    Free_Pending();
     blocks_.push_back(packed);
     current_ = packed;
     compressed_ = true;
+    laid_out_ = entries();
+    capacity_open_ = from_pending;
+    packed_entries_ = entries();
 }
 
 // One block of exactly the summed used counts, filled in index order. That size is enough
@@ -416,6 +523,8 @@ void Dictionary::Compress() {
 // Then the block grows, so that every entry still gets a real offset; the bytes are the same
 // as they would be in a block large enough from the start.
 void Dictionary::Compress_Reference() {
+    Lay_Out();
+    Settle_Capacity();
     int total = 0;
     for (const DictionaryDataBlock* block : blocks_) total += block->used();
     DictionaryDataBlock* packed = new DictionaryDataBlock(total);
@@ -443,6 +552,7 @@ void Dictionary::Compress_Reference() {
 //  16 + 8i 4  dictionary_entry[i].size
 //  12 + 8n    data area: every block's used bytes, in list order
 bool Dictionary::Write(TaggedFile* file) {
+    Lay_Out();
     file->Section_Start(TAG_DICT);
     uint32_t data_size = 0;
     for (DictionaryDataBlock* block : blocks_) {
@@ -481,8 +591,13 @@ bool Dictionary::Write(TaggedFile* file) {
 }
 
 int64_t Dictionary::WrittenSize() const {
-    int64_t size =
-        DICTIONARY_HEADER_SIZE + DICTIONARY_ENTRY_SIZE * static_cast<int64_t>(entries_.size());
+    return DICTIONARY_HEADER_SIZE + DICTIONARY_ENTRY_SIZE * static_cast<int64_t>(entries_.size()) +
+           data_size();
+}
+
+int64_t Dictionary::data_size() const {
+    const_cast<Dictionary*>(this)->Lay_Out();
+    int64_t size = 0;
     for (const DictionaryDataBlock* block : blocks_) size += block->used();
     return size;
 }
@@ -554,6 +669,9 @@ bool Dictionary::Read(TaggedFile* file) {
 
     // The current block was one of the old ones; with them gone there is none.
     Free_Blocks();
+    Free_Pending();
+    laid_out_ = static_cast<int>(entry_count);
+    capacity_open_ = false;
     blocks_.push_back(block);
     entries_.swap(entries);
     entry_capacity_ = static_cast<int>(entry_count);

@@ -95,6 +95,8 @@ class Dictionary {
     bool Write(TaggedFile* file);
     // The bytes Write sends.
     int64_t WrittenSize() const;
+    // The bytes of every block's used part, the section's data area.
+    int64_t data_size() const;
     bool Read(TaggedFile* file);
 
     // ---- what readers, dumpers and tests look at ----
@@ -104,7 +106,7 @@ class Dictionary {
     int Entry_Offset(int index) const;
     int flags() const { return flags_; }
     void SetFlags(int flags) { flags_ = flags; }
-    int blocks() const { return static_cast<int>(blocks_.size()); }
+    int blocks() const;
     const DictionaryDataBlock* block(int i) const;
 
   private:
@@ -116,6 +118,13 @@ class Dictionary {
     };
 
     void Free_Blocks();
+    void Free_Pending();
+    // Puts one text in the current block, or in a new one, as adding it does.
+    void Place(Entry_Slot* entry, const char* text, int length);
+    // Gives the texts added since the layout was last asked for their places in the blocks.
+    void Lay_Out();
+    // Works out the packed block's capacity where a Compress of pending texts left it open.
+    void Settle_Capacity();
     DictionaryDataBlock* New_Block(int capacity);
     // Gives back the memory of a block's bytes; the block keeps its counts but has no bytes.
     void Release_Bytes(DictionaryDataBlock* block);
@@ -137,6 +146,7 @@ class Dictionary {
     // process.
     struct Slab {
         char* bytes;
+        int size;
         int used;
         int blocks;  // blocks whose bytes it still holds
     };
@@ -166,6 +176,18 @@ class Dictionary {
     // Nothing was added since the last Compress: repacking again would give the same bytes and
     // offsets, so it only settles the block to its used size.
     bool compressed_;
+    // Adding only stores a text; where it goes in the blocks is worked out when something asks
+    // for the layout (offsets, blocks, writing without repacking). The assembler repacks
+    // first, and repacking needs nothing but the texts, so it never pays for the searches.
+    // Entries from 'laid_out_' on have their bytes in 'pending_' slabs, back to back, and name
+    // them with a negative block index: -1 - the slab.
+    int laid_out_;
+    std::vector<Slab> pending_;
+    // A Compress of pending texts does not know the capacity the straightforward repacking
+    // gives its block (the used counts of the layout it skipped): the first 'packed_entries_'
+    // entries are laid out again to find it, only when it matters.
+    bool capacity_open_;
+    int packed_entries_;
 };
 
 #endif
