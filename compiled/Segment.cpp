@@ -210,13 +210,13 @@ int Segment::Write_Byte(int position, unsigned int value) {
     return position + 1;
 }
 
-int Segment::Write_Word(int position, unsigned int value) {
+int Segment::Write_Word_Growing(int position, unsigned int value) {
     if (!Reserve(position, 2)) return -1;
     put_u16(reinterpret_cast<unsigned char*>(data_ + position), value);
     return position + 2;
 }
 
-int Segment::Write_Dword(int position, unsigned int value) {
+int Segment::Write_Dword_Growing(int position, unsigned int value) {
     if (!Reserve(position, 4)) return -1;
     put_u32(reinterpret_cast<unsigned char*>(data_ + position), value);
     return position + 4;

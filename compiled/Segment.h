@@ -7,6 +7,7 @@
 #include <string>
 
 #include "compiled/TaggedFile.h"
+#include "foundation/ByteOrder.h"
 #include "foundation/String.h"
 
 // Segments grow in steps of this size, so that a function body rarely reallocates.
@@ -43,8 +44,16 @@ class Segment {
     // Each stores its value little-endian at 'position', growing first, and returns
     // 'position' plus its width (-1 for a position no segment can hold).
     int Write_Byte(int position, unsigned int value);
-    int Write_Word(int position, unsigned int value);
-    int Write_Dword(int position, unsigned int value);
+    int Write_Word(int position, unsigned int value) {
+        if (!Fits(position, 2)) return Write_Word_Growing(position, value);
+        put_u16(reinterpret_cast<unsigned char*>(data_ + position), value);
+        return Written(position, 2);
+    }
+    int Write_Dword(int position, unsigned int value) {
+        if (!Fits(position, 4)) return Write_Dword_Growing(position, value);
+        put_u32(reinterpret_cast<unsigned char*>(data_ + position), value);
+        return Written(position, 4);
+    }
     int Write_Double(int position, double value);
 
     // Each returns 'position' plus its width, or -1 when the value does not lie wholly below
@@ -77,6 +86,17 @@ class Segment {
     int length() const { return length_; }
 
   private:
+    // True when a value of 'width' bytes at 'position' needs neither growth nor allocation:
+    // the writes of an emitter, one behind the other, almost always.
+    bool Fits(int position, int width) const {
+        return position >= 0 && position < capacity_ - width && position <= allocated_ - width;
+    }
+    int Written(int position, int width) {
+        if (position + width > length_) length_ = position + width;
+        return position + width;
+    }
+    int Write_Word_Growing(int position, unsigned int value);
+    int Write_Dword_Growing(int position, unsigned int value);
     // Grows for a value of 'width' bytes at 'position'; false when no segment can hold it.
     bool Reserve(int position, int width);
     bool Holds(int position, int width) const;
