@@ -82,6 +82,11 @@ uint64_t wide_key(uint64_t first, uint64_t second) {
     return mix(first) ^ second;
 }
 
+// The key class of a text of this length.
+int class_of_length(int length) {
+    return length < CLASS_WIDE8 ? length : length < 16 ? CLASS_WIDE8 : CLASS_WIDE16;
+}
+
 uint64_t group_hash(int key_class, uint64_t key) {
     return mix(key ^ (static_cast<uint64_t>(key_class) * 0xA0761D6478BD642Full));
 }
@@ -197,17 +202,20 @@ class SuffixAutomaton {
 // in 'members_'. Kept small, as there is one per distinct text.
 struct Member {
     const char* bytes;
-    // Bits 6 and up: the low bits of the rolling hash of all its bytes, a filter and never
-    // proof. Bits 0-5: how many bytes lie between the end of its key and its own end (at most
-    // MAX_DEFER).
+    // Bits 7 and up: the low bits of the rolling hash of all its bytes, a filter and never
+    // proof. Bit 6: no other text has its key. Bits 0-5: how many bytes lie between the end of
+    // its key and its own end (at most MAX_DEFER).
     uint32_t hash_defer;
     int length;
 
     int defer() const { return static_cast<int>(hash_defer & DEFER_MASK); }
+    bool alone() const { return (hash_defer & ALONE) != 0; }
     bool Hash_Matches(uint64_t hash) const {
-        return ((static_cast<uint32_t>(hash) ^ hash_defer) & ~DEFER_MASK) == 0;
+        return ((static_cast<uint32_t>(hash) ^ hash_defer) & HASH_MASK) == 0;
     }
     static constexpr uint32_t DEFER_MASK = 63;
+    static constexpr uint32_t ALONE = 64;
+    static constexpr uint32_t HASH_MASK = ~uint32_t{127};
 };
 static_assert(MAX_DEFER <= static_cast<int>(Member::DEFER_MASK), "defer must fit its bits");
 
@@ -260,7 +268,6 @@ class Scanner {
   private:
     void Count_Windows(int64_t total);
     void Choose_Key(const char* text, int length, int* key_class, uint64_t* key, int* defer);
-    uint64_t Key_Of(const Member& member, int* key_class) const;
     void Build();
     void Find_Distinct();
     void Build_Groups();
@@ -287,6 +294,7 @@ class Scanner {
     void Check_Run(int at, int stop, int end);
     bool Check(int id, int end);
     void Found(int id, int end);
+    bool Has_Border(const char* text, int length);
 
     const DictionaryPacker::Texts* texts_;
     int count_;
@@ -316,7 +324,10 @@ class Scanner {
     // bitmap of their keys, two bits of one word per key, rebuilt when half of them are done.
     std::vector<int> class_groups_[CLASS_COUNT];
     int live_groups_[CLASS_COUNT] = {};
-    int filtered_groups_[CLASS_COUNT] = {};
+    // Members of the groups in the bitmap when it was built, and how many have been found
+    // since: the bitmap is built again once that is half of them.
+    int filtered_members_[CLASS_COUNT] = {};
+    int found_since_[CLASS_COUNT] = {};
     std::vector<uint64_t> filter_[CLASS_COUNT];
     size_t filter_mask_[CLASS_COUNT] = {};
     unsigned short_classes_ = 0;  // bit c set while texts of exact length c wait
@@ -339,6 +350,10 @@ class Scanner {
     std::vector<uint64_t> power_;  // HASH_BASE to the power of each length below RING_SIZE
     // Deferred comparisons: one list per end position modulo QUEUE_SIZE.
     std::vector<int> queue_head_;
+    // Where the text just appended and found has its key, which needs no look.
+    int skip_class_ = -1;
+    int skip_end_ = -1;
+    std::vector<int> border_;
     std::vector<Deferred> deferred_;
     int deferred_free_ = -1;
 };
@@ -417,18 +432,6 @@ void Scanner::Choose_Key(const char* text, int length, int* key_class, uint64_t*
     *defer = length - best - width;
 }
 
-// The key Choose_Key gave the member, from its bytes and the distance it noted.
-uint64_t Scanner::Key_Of(const Member& member, int* key_class) const {
-    if (member.length < CLASS_WIDE8) {
-        *key_class = member.length;
-        return fold(member.bytes, member.length);
-    }
-    int width = member.length < 16 ? 8 : 16;
-    const char* start = member.bytes + member.length - member.defer() - width;
-    *key_class = width == 8 ? CLASS_WIDE8 : CLASS_WIDE16;
-    return width == 8 ? fold(start, 8) : wide_key(fold(start, 8), fold(start + 8, 8));
-}
-
 // The slot of the group with this key, or the free slot where it would go.
 size_t Scanner::Slot_Of(int key_class, uint64_t key) const {
     int table = table_of(key_class);
@@ -450,8 +453,6 @@ void Scanner::Build() {
     Build_Groups();
     first_end_.assign(members_.size(), -1);
     for (int c = 1; c < CLASS_COUNT; c++) {
-        live_groups_[c] = static_cast<int>(class_groups_[c].size());
-        if (c < CLASS_WIDE8 && live_groups_[c] > 0) short_classes_ |= 1u << c;
         Build_Filter(c);
     }
 }
@@ -500,7 +501,7 @@ void Scanner::Find_Distinct() {
         if (id < 0) {
             id = static_cast<int>(members_.size());
             id_slots[slot] = id;
-            uint32_t hash_bits = static_cast<uint32_t>(hash) & ~Member::DEFER_MASK;
+            uint32_t hash_bits = static_cast<uint32_t>(hash) & Member::HASH_MASK;
             members_.push_back(Member{text.bytes, hash_bits, text.length});
         }
         text_id_[static_cast<size_t>(i)] = id;
@@ -603,6 +604,15 @@ void Scanner::Build_Groups() {
         }
     }
     for (size_t at = 0; at <= count; at++) places_[at].waiting_from = static_cast<int>(at);
+    for (int c = 1; c < CLASS_COUNT; c++) {
+        for (int slot : class_groups_[c]) {
+            const Group& group = groups_[static_cast<size_t>(slot)];
+            if (group.size == 1) {
+                members_[static_cast<size_t>(order[static_cast<size_t>(group.begin)])].hash_defer |=
+                    Member::ALONE;
+            }
+        }
+    }
 
     // Renumbering: 'order' becomes each old id's place, the texts take the new ids, and the
     // members move to their places one cycle of the permutation at a time, without a copy.
@@ -634,10 +644,21 @@ void Scanner::Build_Groups() {
 void Scanner::Build_Filter(int key_class) {
     std::vector<int>& slots = class_groups_[key_class];
     size_t kept = 0;
+    int members = 0;
     for (int slot : slots) {
-        if (Waiting(groups_[static_cast<size_t>(slot)])) slots[kept++] = slot;
+        const Group& group = groups_[static_cast<size_t>(slot)];
+        if (!Waiting(group)) continue;
+        slots[kept++] = slot;
+        members += group.size;
     }
     slots.resize(kept);
+    live_groups_[key_class] = static_cast<int>(kept);
+    filtered_members_[key_class] = members;
+    found_since_[key_class] = 0;
+    if (key_class < CLASS_WIDE8) {
+        short_classes_ &= ~(1u << key_class);
+        if (kept > 0) short_classes_ |= 1u << key_class;
+    }
     size_t words = 8;
     while (words * 64 < kept * FILTER_BITS_PER_GROUP) words <<= 1;
     filter_[key_class].assign(words, 0);
@@ -648,7 +669,6 @@ void Scanner::Build_Filter(int key_class) {
         filter_[key_class][hash & (words - 1)] |=
             (uint64_t{1} << (hash >> 52 & 63)) | (uint64_t{1} << (hash >> 58));
     }
-    filtered_groups_[key_class] = static_cast<int>(kept);
     if (key_class < CLASS_WIDE8) {
         for (uint8_t& classes : classes_ending_)
             classes &= static_cast<uint8_t>(~(1u << key_class));
@@ -735,12 +755,17 @@ void Scanner::Scan(int from) {
 // At a place where the group's key ends, each nested run of waiting members is compared now,
 // or when the scan reaches its end.
 void Scanner::Probe(int key_class, uint64_t key, int end) {
+    if (end == skip_end_ && key_class == skip_class_) return;
     Group& group = groups_[Slot_Of(key_class, key)];
     if (group.begin < 0) return;
     counters_->key_hits++;
     counters_->work++;
     int stop = group.begin + group.size;
-    for (int at = Waiting_From(group.begin); at < stop;) {
+    int first = Waiting_From(group.begin);
+    // A group found with nothing waiting says so itself from now on, so that the next hit on
+    // its key (until the bitmap drops it) does not follow its places again.
+    if (first >= stop) group.size = 0;
+    for (int at = first; at < stop;) {
         int place_at = at;
         const Seat& place = places_[static_cast<size_t>(at)];
         const Member& member = members_[static_cast<size_t>(at)];
@@ -815,16 +840,25 @@ bool Scanner::Check(int id, int end) {
 void Scanner::Found(int id, int end) {
     first_end_[static_cast<size_t>(id)] = end;
     places_[static_cast<size_t>(id)].waiting_from = id + 1;
-    // Its group is found again by its key: the slot was just looked up by the probe.
-    int key_class = 0;
-    uint64_t key = Key_Of(members_[static_cast<size_t>(id)], &key_class);
-    size_t slot = Slot_Of(key_class, key);
-    Group& group = groups_[slot];
-    if (Waiting(group)) return;
-    if (--live_groups_[key_class] == 0 && key_class < CLASS_WIDE8) {
-        short_classes_ &= ~(1u << key_class);
+    int key_class = class_of_length(members_[static_cast<size_t>(id)].length);
+    if (++found_since_[key_class] * 2 > filtered_members_[key_class]) Build_Filter(key_class);
+}
+
+// Whether some proper prefix of the text is also its suffix (the prefix function's last
+// value); never without its first byte somewhere after.
+bool Scanner::Has_Border(const char* text, int length) {
+    if (length < 2 || std::memchr(text + 1, text[0], static_cast<size_t>(length - 1)) == nullptr) {
+        return false;
     }
-    if (live_groups_[key_class] * 2 < filtered_groups_[key_class]) Build_Filter(key_class);
+    border_.resize(static_cast<size_t>(length));
+    border_[0] = 0;
+    for (int k = 1; k < length; k++) {
+        int b = border_[static_cast<size_t>(k - 1)];
+        while (b > 0 && text[k] != text[b]) b = border_[static_cast<size_t>(b - 1)];
+        if (text[k] == text[b]) b++;
+        border_[static_cast<size_t>(k)] = b;
+    }
+    return border_[static_cast<size_t>(length - 1)] > 0;
 }
 
 bool Scanner::Place(int i, int* offset) {
@@ -841,7 +875,18 @@ bool Scanner::Place(int i, int* offset) {
     }
     int from = block_->used();
     *offset = append_growing(block_, text.bytes, length);
+    // An appended text can first occur across the joint only where a prefix of it is also its
+    // suffix. Without one it first occurs at its own copy, and when no other text has its key,
+    // the scan need not look that key up there.
+    int id = text_id_[static_cast<size_t>(i)];
+    const Member& member = members_[static_cast<size_t>(id)];
+    if (member.alone() && !Has_Border(text.bytes, length)) {
+        skip_class_ = class_of_length(length);
+        skip_end_ = from + length - member.defer();
+        Found(id, from + length);
+    }
     Scan(from);
+    skip_class_ = -1;
     return !over_limit_;
 }
 
