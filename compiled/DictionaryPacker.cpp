@@ -331,9 +331,12 @@ class Scanner {
     std::vector<uint64_t> filter_[CLASS_COUNT];
     size_t filter_mask_[CLASS_COUNT] = {};
     unsigned short_classes_ = 0;  // bit c set while texts of exact length c wait
-    // Per byte value, bit c set when a short class c key in the bitmap ends with that byte: the
-    // scan tries only those classes at a position, a table look rather than a hash per class.
-    uint8_t classes_ending_[256] = {};
+    // Per value of the last byte, or of the last two in a large pool, bit c set when a short
+    // class c key in the bitmap ends with it: the scan tries only those classes at a position,
+    // a table look rather than a hash per class. (Two bytes tell the classes apart far better
+    // where short names abound, but their table is not worth clearing for a small pool.)
+    std::vector<uint8_t> classes_ending_;
+    uint64_t ending_mask_ = 0xFF;
 
     // Ahead of the scan: the last 8 bytes folded, and per recent position that fold, the wide
     // key and its hash.
@@ -452,6 +455,8 @@ void Scanner::Build() {
     Find_Distinct();
     Build_Groups();
     first_end_.assign(members_.size(), -1);
+    ending_mask_ = total >= (int64_t{1} << 20) ? 0xFFFF : 0xFF;
+    classes_ending_.assign(ending_mask_ + 1, 0);
     for (int c = 1; c < CLASS_COUNT; c++) {
         Build_Filter(c);
     }
@@ -670,11 +675,18 @@ void Scanner::Build_Filter(int key_class) {
             (uint64_t{1} << (hash >> 52 & 63)) | (uint64_t{1} << (hash >> 58));
     }
     if (key_class < CLASS_WIDE8) {
-        for (uint8_t& classes : classes_ending_)
-            classes &= static_cast<uint8_t>(~(1u << key_class));
+        uint8_t bit = static_cast<uint8_t>(1u << key_class);
+        for (uint8_t& classes : classes_ending_) classes &= static_cast<uint8_t>(~bit);
         for (int slot : slots) {
-            classes_ending_[groups_[static_cast<size_t>(slot)].key & 0xFF] |=
-                static_cast<uint8_t>(1u << key_class);
+            uint64_t key = groups_[static_cast<size_t>(slot)].key;
+            if (key_class >= 2 || ending_mask_ == 0xFF) {
+                classes_ending_[key & ending_mask_] |= bit;
+            } else {
+                // A one-byte key ends a position whatever the byte before it.
+                for (uint64_t before = 0; before < 256; before++) {
+                    classes_ending_[before << 8 | (key & 0xFF)] |= bit;
+                }
+            }
         }
     }
 }
@@ -738,7 +750,7 @@ void Scanner::Scan(int from) {
         if (end >= 8 && live_groups_[CLASS_WIDE8] > 0 && Maybe(CLASS_WIDE8, window_hash_at_[at])) {
             Probe(CLASS_WIDE8, window, end);
         }
-        unsigned ending = classes_ending_[window & 0xFF];
+        unsigned ending = classes_ending_[window & ending_mask_];
         for (unsigned classes = short_classes_ & ending; classes != 0; classes &= classes - 1) {
             int length = __builtin_ctz(classes);
             if (end < length) continue;
