@@ -650,7 +650,12 @@ void Scanner::Build_Filter(int key_class) {
     std::vector<int>& slots = class_groups_[key_class];
     size_t kept = 0;
     int members = 0;
-    for (int slot : slots) {
+    for (size_t k = 0; k < slots.size(); k++) {
+        // The groups lie in the table by hash; asking for them a few ahead hides the wait.
+        if (k + PREFETCH_TEXTS < slots.size()) {
+            __builtin_prefetch(&groups_[static_cast<size_t>(slots[k + PREFETCH_TEXTS])]);
+        }
+        int slot = slots[k];
         const Group& group = groups_[static_cast<size_t>(slot)];
         if (!Waiting(group)) continue;
         slots[kept++] = slot;
@@ -668,8 +673,11 @@ void Scanner::Build_Filter(int key_class) {
     while (words * 64 < kept * FILTER_BITS_PER_GROUP) words <<= 1;
     filter_[key_class].assign(words, 0);
     filter_mask_[key_class] = words - 1;
-    for (int slot : slots) {
-        const Group& group = groups_[static_cast<size_t>(slot)];
+    for (size_t k = 0; k < kept; k++) {
+        if (k + PREFETCH_TEXTS < kept) {
+            __builtin_prefetch(&groups_[static_cast<size_t>(slots[k + PREFETCH_TEXTS])]);
+        }
+        const Group& group = groups_[static_cast<size_t>(slots[k])];
         uint64_t hash = group_hash(key_class, untagged_key(key_class, group.key));
         filter_[key_class][hash & (words - 1)] |=
             (uint64_t{1} << (hash >> 52 & 63)) | (uint64_t{1} << (hash >> 58));
