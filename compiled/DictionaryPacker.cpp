@@ -565,8 +565,13 @@ void Scanner::Build_Groups() {
 
     int begin = 0;
     for (int c = 1; c < CLASS_COUNT; c++) {
-        for (int slot : class_groups_[c]) {
-            Group& group = groups_[static_cast<size_t>(slot)];
+        const std::vector<int>& slots = class_groups_[c];
+        for (size_t k = 0; k < slots.size(); k++) {
+            // The groups lie in the table by hash; asking for them a few ahead hides the wait.
+            if (k + PREFETCH_TEXTS < slots.size()) {
+                __builtin_prefetch(&groups_[static_cast<size_t>(slots[k + PREFETCH_TEXTS])]);
+            }
+            Group& group = groups_[static_cast<size_t>(slots[k])];
             group.begin = begin;
             begin += group.size;
             group.size = 0;
@@ -575,6 +580,9 @@ void Scanner::Build_Groups() {
     size_t count = members_.size();
     std::vector<int> order(count);
     for (size_t id = 0; id < count; id++) {
+        if (id + PREFETCH_TEXTS < count) {
+            __builtin_prefetch(&groups_[static_cast<size_t>(group_of[id + PREFETCH_TEXTS])]);
+        }
         Group& group = groups_[static_cast<size_t>(group_of[id])];
         order[static_cast<size_t>(group.begin + group.size++)] = static_cast<int>(id);
     }
@@ -589,10 +597,15 @@ void Scanner::Build_Groups() {
     };
     places_.resize(count + 1);
     for (int c = 1; c < CLASS_COUNT; c++) {
-        for (int slot : class_groups_[c]) {
-            const Group& group = groups_[static_cast<size_t>(slot)];
+        const std::vector<int>& slots = class_groups_[c];
+        for (size_t k = 0; k < slots.size(); k++) {
+            if (k + PREFETCH_TEXTS < slots.size()) {
+                __builtin_prefetch(&groups_[static_cast<size_t>(slots[k + PREFETCH_TEXTS])]);
+            }
+            const Group& group = groups_[static_cast<size_t>(slots[k])];
             int* first = order.data() + group.begin;
             int* last = first + group.size;
+            if (group.size == 1) members_[static_cast<size_t>(*first)].hash_defer |= Member::ALONE;
             if (group.size > 1) std::sort(first, last, shorter);
             int run_end = group.begin + group.size;
             for (int* place = last - 1; place >= first; place--) {
@@ -609,15 +622,6 @@ void Scanner::Build_Groups() {
         }
     }
     for (size_t at = 0; at <= count; at++) places_[at].waiting_from = static_cast<int>(at);
-    for (int c = 1; c < CLASS_COUNT; c++) {
-        for (int slot : class_groups_[c]) {
-            const Group& group = groups_[static_cast<size_t>(slot)];
-            if (group.size == 1) {
-                members_[static_cast<size_t>(order[static_cast<size_t>(group.begin)])].hash_defer |=
-                    Member::ALONE;
-            }
-        }
-    }
 
     // Renumbering: 'order' becomes each old id's place, the texts take the new ids, and the
     // members move to their places one cycle of the permutation at a time, without a copy.
