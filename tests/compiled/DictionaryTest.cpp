@@ -125,6 +125,26 @@ TEST(Dictionary, CompressGrowsWhenSharingIsLostAcrossBlocks) {
     EXPECT_EQ(copy.blocks(), 2);
 }
 
+// Texts wait unplaced until something asks for the layout. Repacked straight from there, the
+// block, its capacity and the offsets are the reference's, also where sharing is lost across
+// blocks; a text too large to share a waiting slab keeps the later texts out of its bytes.
+TEST(Dictionary, RepacksTextsThatNeverHadAPlace) {
+    const std::string texts[] = {"ab" + std::string(8189, 'x'), "zz", "ab", "cd", "abcd",
+                                 std::string(900000, 'p'), std::string(200000, 'q'), "qz", "zq"};
+    Dictionary waiting, reference;
+    for (const std::string& text : texts) {
+        waiting.Entry_Add(text.data(), static_cast<int>(text.size()));
+        reference.Entry_Add(text.data(), static_cast<int>(text.size()));
+    }
+    for (int i = 0; i < 9; i++) EXPECT_EQ(text_of(waiting, i), texts[i]) << i;
+    reference.Compress_Reference();
+    waiting.Compress();
+    ASSERT_EQ(waiting.blocks(), 1);
+    EXPECT_EQ(used_bytes(waiting.block(0)), used_bytes(reference.block(0)));
+    EXPECT_EQ(waiting.block(0)->capacity(), reference.block(0)->capacity());
+    for (int i = 0; i < 9; i++) EXPECT_EQ(waiting.Entry_Offset(i), reference.Entry_Offset(i)) << i;
+}
+
 TEST(Dictionary, WritesTheSectionExactlyAndReadsItBack) {
     Dictionary dictionary;
     for (const char* text : {"abc", "bc", ""}) dictionary.Entry_Add(text, -1);
