@@ -271,14 +271,14 @@ int AssemblerParser::ProcessEndFunction() {
 
 int AssemblerParser::ProcessString(const char* identifier, int identifier_length, const char* text,
                                    int text_length) {
-    int known;
-    if (string_identifiers_.Find(identifier, identifier_length, &known)) {
+    bool added;
+    int* index = string_identifiers_.Add(identifier, identifier_length, &added);
+    if (!added) {
         return AssembleError(
             AE_DUPLICATE_STRING_IDENTIFIER,
             message_with("Duplicate string identifier \"", identifier, identifier_length, "\""));
     }
-    int index = dictionary_.Entry_Add(text_or_empty(text), text_length);
-    string_identifiers_.Insert(identifier, identifier_length, index);
+    *index = dictionary_.Entry_Add(text_or_empty(text), text_length);
     return 0;
 }
 

@@ -101,15 +101,15 @@ int FunctionContext::ProcessVariable(VariableHash* hash, NameTable* table, const
         return parser_->AssembleError(AE_DUPLICATE_VARIABLE,
                                       message_with("Duplicate variable ", name, name_length));
     }
-    int known;
-    if (table->Find(identifier, identifier_length, &known)) {
+    bool added;
+    int* slot = table->Add(identifier, identifier_length, &added);
+    if (!added) {
         return parser_->AssembleError(
             AE_DUPLICATE_VARIABLE_IDENTIFIER,
             message_with("Duplicate variable identifier ", identifier, identifier_length));
     }
     int name_index = dictionary_->Entry_Add(name, name_length);
-    int slot = hash->Insert(name_index);
-    table->Insert(identifier, identifier_length, slot);
+    *slot = hash->Insert(name_index);
     return 0;
 }
 
@@ -123,13 +123,14 @@ int FunctionContext::InsertLocal(const char* identifier, int identifier_length, 
 // share an identifier.
 int FunctionContext::InsertParameterPlaceHolder(const char* identifier, int identifier_length,
                                                 int slot) {
-    int known;
-    if (identifiers_->Find(identifier, identifier_length, &known)) {
+    bool added;
+    int* bound = identifiers_->Add(identifier, identifier_length, &added);
+    if (!added) {
         return parser_->AssembleError(
             AE_DUPLICATE_PARAMETER_IDENTIFIER,
             message_with("Duplicate parameter identifier: ", identifier, identifier_length));
     }
-    identifiers_->Insert(identifier, identifier_length, slot);
+    *bound = slot;
     return 0;
 }
 
@@ -145,12 +146,13 @@ int FunctionContext::InsertLocalReference(const char* identifier, int identifier
 
 // A label marks the position of whatever is emitted next.
 int FunctionContext::InsertLabel(const char* name, int length) {
-    int known;
-    if (labels_.Find(name, length, &known)) {
+    bool added;
+    int* position = labels_.Add(name, length, &added);
+    if (!added) {
         return parser_->AssembleError(AE_DUPLICATE_LABEL,
                                       message_with("Duplicate label: ", name, length));
     }
-    labels_.Insert(name, length, position_);
+    *position = position_;
     return 0;
 }
 

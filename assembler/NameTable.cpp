@@ -122,20 +122,33 @@ void NameTable::Rehash(size_t slot_count) {
 }
 
 void NameTable::Insert(const char* name, int length, int value) {
+    bool added;
+    int* bound = Add(name, length, &added);
+    if (added) std::memcpy(bound, &value, 4);
+}
+
+int* NameTable::Add(const char* name, int length, bool* added) {
     if ((used_ + 1) * 8 > slots_.size() * 5) {
         Rehash(slots_.size() == 0 ? FIRST_SLOTS : slots_.size() * 2);
     }
+    const uint64_t hash = Hash(name, length);
+    const size_t at = Probe(name, length, hash);
+    if (slots_[at] != 0) {
+        *added = false;
+        return reinterpret_cast<int*>(names_.data() + ((slots_[at] & OFFSET_MASK) - 1) * 4);
+    }
     const size_t offset = names_.size();
-    char header[ENTRY_HEADER];
+    char header[ENTRY_HEADER] = {};
     const int32_t stored_length = length;
-    std::memcpy(header, &value, 4);
     std::memcpy(header + 4, &stored_length, 4);
     names_.append(header, ENTRY_HEADER);
     names_.append(name, static_cast<size_t>(length));
     static const char PADDING[4] = {};
     names_.append(PADDING, offset + entry_size(length) - names_.size());
-    Place(Hash(name, length), offset);
+    slots_[at] = (hash >> OFFSET_BITS << OFFSET_BITS) | (offset / 4 + 1);
     used_++;
+    *added = true;
+    return reinterpret_cast<int*>(names_.data() + offset);
 }
 
 void NameTable::Clear() {

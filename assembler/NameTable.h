@@ -22,8 +22,11 @@ class NameTable {
 
     // True with '*value' set when 'name' is present; names compare byte for byte, with case.
     bool Find(const char* name, int length, int* value) const;
-    // Adds 'name' (absent: callers Find first) bound to 'value'.
+    // Adds 'name' bound to 'value'; a name already present keeps its value.
     void Insert(const char* name, int length, int value);
+    // Finds 'name' or adds it, bound to 0, in one probe; '*added' tells which. Returns where
+    // its value lies, to be read or set before the table changes again.
+    int* Add(const char* name, int length, bool* added);
 
     // Forgets every name. A small table keeps its storage for the next use, as a function's
     // labels do from one function to the next; a large one gives it back.

@@ -33,16 +33,28 @@ TEST(NameTable, AgreesWithAMapThroughGrowthAndClearing) {
             table.Clear();
             model.clear();
         }
-        int value = -1;
-        const bool found = table.Find(name.data(), static_cast<int>(name.size()), &value);
         auto expected = model.find(name);
-        ASSERT_EQ(found, expected != model.end()) << step;
-        if (found) {
-            ASSERT_EQ(value, expected->second) << step;
+        const int length = static_cast<int>(name.size());
+        if (step % 2 == 0) {
+            int value = -1;
+            const bool found = table.Find(name.data(), length, &value);
+            ASSERT_EQ(found, expected != model.end()) << step;
+            if (found) {
+                ASSERT_EQ(value, expected->second) << step;
+            } else {
+                table.Insert(name.data(), length, step);
+            }
         } else {
-            table.Insert(name.data(), static_cast<int>(name.size()), step);
-            model.emplace(name, step);
+            bool added = false;
+            int* value = table.Add(name.data(), length, &added);
+            ASSERT_EQ(added, expected == model.end()) << step;
+            if (added) {
+                *value = step;
+            } else {
+                ASSERT_EQ(*value, expected->second) << step;
+            }
         }
+        model.emplace(name, step);
         ASSERT_EQ(table.Entries(), static_cast<int>(model.size()));
     }
 }
