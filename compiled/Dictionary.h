@@ -112,7 +112,7 @@ class Dictionary {
   private:
     // An index rather than a pointer: a program can hold millions of entries.
     struct Entry_Slot {
-        int block;  // in 'blocks_'
+        int block;  // in 'blocks_'; for a text not laid out yet, -1 - its slab in 'pending_'
         int offset;
         int size;
     };

@@ -18,6 +18,10 @@
 // the run: a place costs a comparison per run, not per text. All of this is cheap per byte
 // unless the input is made to defeat it: the work is counted, and past a bound proportional to
 // the pool the rest is placed with a suffix automaton that records each state's first end.
+//
+// Most texts of a large pool occur nowhere before their turn and are appended. Such a text
+// first occurs at its own copy unless a prefix of it is also its suffix; when no other text
+// shares its key, it is recorded there at once and the scan does not look its key up.
 #include "compiled/DictionaryPacker.h"
 
 #include <algorithm>
