@@ -70,6 +70,7 @@ AssemblerParser::AssemblerParser(AssemblerApplication* application, File* file,
     top_context_ = new FunctionContext(this, &dictionary_, nullptr, segment_manager_->Start(),
                                        &global_identifiers_, global_hash_);
     current_context_ = top_context_;
+    string_identifier_table_ = &string_identifiers_;
 }
 
 AssemblerParser::~AssemblerParser() {

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "assembler/NameTable.h"
+
 namespace {
 
 // What the parser reads when the file could not be mapped: an empty source with the zero
@@ -506,6 +508,9 @@ bool Parser::Step(GrammarState& grammar, TokenType type) {
             }
             saved_name_ = text;
             saved_name_length_ = length();
+            if (grammar.pending == TOKEN_STRING && string_identifier_table_ != nullptr) {
+                string_identifier_table_->Prefetch(saved_name_, saved_name_length_);
+            }
             if (grammar.pending == TOKEN_FUNCTION) {
                 grammar.function_flags = 0;
                 grammar.state = STATE_QUALIFIERS;

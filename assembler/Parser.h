@@ -9,6 +9,8 @@
 #include "foundation/String.h"
 #include "platform/File.h"
 
+class NameTable;
+
 // The numbers are fixed: the grammar keeps a pending directive in a TokenType and takes
 // TOKEN_ERROR to mean that none is pending.
 enum TokenType {
@@ -154,6 +156,9 @@ class Parser {
     const char* saved_name_;
     int saved_name_length_;
     OpcodeLookup opcode_lookup_;
+    // The table that a `.string` identifier goes into, when the operations keep one: the grammar
+    // starts loading the identifier's place while it reads the string behind it.
+    const NameTable* string_identifier_table_ = nullptr;
 
   private:
     TokenType ReadNumber(int& length);
