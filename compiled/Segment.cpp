@@ -120,9 +120,38 @@ const char* segment_listing_name(unsigned code) {
 // The capacity is the segment's size in whole steps; the bytes behind it are only allocated as
 // writes reach them (and all of them when data() is asked for), so that a file of many small
 // functions does not hold a mostly empty step per function. Bytes not yet allocated are zero.
-Segment::Segment(int number)
+SegmentShelf::~SegmentShelf() {
+    for (char* block : blocks_) delete[] block;
+}
+
+char* SegmentShelf::Claim(char* piece, int kept, int size) {
+    if (size > LARGEST_PIECE) return nullptr;
+    const size_t bytes = static_cast<size_t>(size);
+    if (piece != nullptr && piece + kept == free_ && static_cast<size_t>(end_ - piece) >= bytes) {
+        free_ = piece + bytes;
+        return piece;
+    }
+    if (static_cast<size_t>(end_ - free_) < bytes) {
+        char* block = new char[BLOCK_SIZE];
+        blocks_.push_back(block);
+        free_ = block;
+        end_ = block + BLOCK_SIZE;
+    }
+    char* claimed = free_;
+    free_ += bytes;
+    if (kept > 0) std::memcpy(claimed, piece, static_cast<size_t>(kept));
+    return claimed;
+}
+
+void SegmentShelf::Shrink(char* piece, int old_size, int size) {
+    if (piece + old_size == free_) free_ = piece + size;
+}
+
+Segment::Segment(int number, SegmentShelf* shelf)
     : number_(number),
       data_(nullptr),
+      shelf_(shelf),
+      shelved_(false),
       allocated_(0),
       capacity_(SEGMENT_GROWTH_STEP),
       length_(0),
@@ -131,6 +160,8 @@ Segment::Segment(int number)
 Segment::Segment(int number, char* data, int capacity, int length)
     : number_(number),
       data_(data),
+      shelf_(nullptr),
+      shelved_(false),
       allocated_(capacity),
       capacity_(capacity),
       length_(length),
@@ -139,6 +170,8 @@ Segment::Segment(int number, char* data, int capacity, int length)
 Segment::Segment(const Segment& other)
     : number_(other.number_),
       data_(other.allocated_ > 0 ? new char[other.allocated_] : nullptr),
+      shelf_(nullptr),
+      shelved_(false),
       allocated_(other.allocated_),
       capacity_(other.capacity_),
       length_(other.length_),
@@ -147,7 +180,11 @@ Segment::Segment(const Segment& other)
 }
 
 Segment::~Segment() {
-    delete[] data_;
+    Release();
+}
+
+void Segment::Release() const {
+    if (!shelved_) delete[] data_;
 }
 
 // Rounds up to whole steps. A 'needed' that already is a multiple stays as it is, so the write
@@ -169,16 +206,31 @@ void Segment::Allocate(int needed) const {
     int64_t size = allocated_ > 0 ? allocated_ : SEGMENT_FIRST_ALLOCATION;
     while (size < needed) size *= 2;
     if (size > INT_MAX) size = needed;
-    char* grown = new char[static_cast<size_t>(size)];
-    if (allocated_ > 0) std::memcpy(grown, data_, static_cast<size_t>(allocated_));
+    char* grown = shelf_ != nullptr
+                      ? shelf_->Claim(shelved_ ? data_ : nullptr, shelved_ ? allocated_ : 0,
+                                      static_cast<int>(size))
+                      : nullptr;
+    const bool from_shelf = grown != nullptr;
+    if (!from_shelf) grown = new char[static_cast<size_t>(size)];
+    // A piece that moves within the shelf was carried over by Claim.
+    if (allocated_ > 0 && !(from_shelf && shelved_)) {
+        std::memcpy(grown, data_, static_cast<size_t>(allocated_));
+    }
     std::memset(grown + allocated_, 0, static_cast<size_t>(size - allocated_));
-    delete[] data_;
+    if (grown != data_) Release();
+    shelved_ = from_shelf;
     data_ = grown;
     allocated_ = static_cast<int>(size);
 }
 
 void Segment::Trim() {
     if (allocated_ <= length_) return;
+    if (shelved_) {
+        // The last piece of the shelf gives its spare bytes back; any other keeps them.
+        shelf_->Shrink(data_, allocated_, length_);
+        allocated_ = length_;
+        return;
+    }
     char* kept = length_ > 0 ? new char[static_cast<size_t>(length_)] : nullptr;
     if (length_ > 0) std::memcpy(kept, data_, static_cast<size_t>(length_));
     delete[] data_;

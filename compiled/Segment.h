@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "compiled/TaggedFile.h"
 #include "foundation/ByteOrder.h"
@@ -31,10 +32,42 @@ constexpr unsigned OPCODE_RETN = 0x003C;
 // Listing name of an instruction code, or null for a code that has none.
 const char* segment_listing_name(unsigned code);
 
+// Large blocks that the bytes of many segments are carved from, one behind the other, and that
+// are freed together: the segments of a program's functions, made and finished one after the
+// other, then cost no allocation of their own, and a finished one keeps exactly its bytes
+// without being copied. Only the last piece carved can grow in place, so a segment that grows
+// after another was carved behind it moves.
+class SegmentShelf {
+  public:
+    SegmentShelf() = default;
+    SegmentShelf(const SegmentShelf&) = delete;
+    SegmentShelf& operator=(const SegmentShelf&) = delete;
+    ~SegmentShelf();
+
+    // A piece of 'size' bytes holding the first 'kept' bytes of 'piece' (a piece of this shelf
+    // of at least 'kept' bytes, or null): 'piece' itself when it is the last piece and its block
+    // has room, else a new piece behind the last. Null when the piece would be too large for
+    // the shelf; the caller then allocates on its own.
+    char* Claim(char* piece, int kept, int size);
+    // Gives back the bytes of 'piece' from 'size' on, when it is the last piece.
+    void Shrink(char* piece, int old_size, int size);
+
+    // The largest piece a shelf hands out: a larger segment takes memory of its own.
+    static constexpr int LARGEST_PIECE = 256 * 1024;
+
+  private:
+    static constexpr size_t BLOCK_SIZE = 4 << 20;
+
+    std::vector<char*> blocks_;
+    char* free_ = nullptr;  // the first byte not carved of the last block
+    char* end_ = nullptr;   // the end of the last block
+};
+
 class Segment {
   public:
-    // An empty segment: 8192 zero bytes, length 0.
-    explicit Segment(int number);
+    // An empty segment: 8192 zero bytes, length 0. With a shelf its bytes are carved from it
+    // while they are few enough.
+    explicit Segment(int number, SegmentShelf* shelf = nullptr);
     // Adopts 'data' (allocated with array new) of 'capacity' bytes, 'length' of them in use.
     Segment(int number, char* data, int capacity, int length);
     Segment(const Segment& other);
@@ -82,6 +115,8 @@ class Segment {
     int number() const { return number_; }
     // All 'capacity' bytes, the unwritten ones zero.
     const char* data() const;
+    // The first 'length' bytes as they lie, without allocating the rest (null when none are).
+    const char* bytes() const { return data_; }
     int capacity() const { return capacity_; }
     int length() const { return length_; }
 
@@ -105,9 +140,15 @@ class Segment {
     // Allocates at least 'needed' of the capacity's bytes.
     void Allocate(int needed) const;
 
+    // Frees the bytes unless they belong to the shelf.
+    void Release() const;
+
     int number_;
     // The first 'allocated_' bytes of the capacity; the rest are zero until allocated.
     mutable char* data_;
+    // Where the bytes are carved from, or null; 'shelved_' tells whether 'data_' is a piece of it.
+    SegmentShelf* shelf_;
+    mutable bool shelved_;
     mutable int allocated_;
     int capacity_;
     int length_;

@@ -75,7 +75,7 @@ Segment* SegmentManager::Segment_Add() {
         }
         capacity_ += SEGMENT_SLOT_STEP;
     }
-    Segment* added = new Segment(count_);
+    Segment* added = new Segment(count_, &shelf_);
     segments_[count_] = added;
     count_++;
     return added;
@@ -109,8 +109,23 @@ bool SegmentManager::Write(TaggedFile* file) {
         int table_size = static_cast<int>(table.size());
         ok = file->Section_Write(table.data(), table_size) == table_size;
     }
-    for (int i = 0; ok && i < count_; i++) {
-        if (segments_[i] != nullptr) ok = segments_[i]->Write(file);
+    // Segments whose bytes lie one behind the other (those carved from the shelf in turn) go
+    // out in one write, which a large run makes without a copy through the file's buffer.
+    for (int i = 0; ok && i < count_;) {
+        if (segments_[i] == nullptr || segments_[i]->bytes() == nullptr) {
+            if (segments_[i] != nullptr) ok = segments_[i]->Write(file);
+            i++;
+            continue;
+        }
+        const char* run = segments_[i]->bytes();
+        int64_t run_length = segments_[i]->length();
+        for (i++;
+             i < count_ && segments_[i] != nullptr && segments_[i]->bytes() == run + run_length &&
+             run_length + segments_[i]->length() <= INT32_MAX;
+             i++) {
+            run_length += segments_[i]->length();
+        }
+        ok = file->Section_Write(run, static_cast<int>(run_length)) == run_length;
     }
     if (!ok) {
         Error(file->error());

@@ -43,6 +43,8 @@ class SegmentManager {
   private:
     void Free();
 
+    // The bytes of the segments that Segment_Add makes.
+    SegmentShelf shelf_;
     Segment** segments_;
     // The slots reported: whole steps of SEGMENT_SLOT_STEP. The array behind them ('held_'
     // slots, at least the capacity) doubles, so that a file of many functions is not recopied

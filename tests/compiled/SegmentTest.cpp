@@ -156,3 +156,43 @@ TEST(SegmentManager, ChecksTheSectionAndKeepsItsSegmentsOnFailure) {
             << c.what;  // the empty segment 0, or the old one
     }
 }
+
+// Segments of functions share large blocks: one that grows after another was carved behind it
+// moves, one that is trimmed keeps its bytes, and one too large for a block has its own.
+TEST(SegmentManager, KeepsTheBytesOfSegmentsThatGrowInTurn) {
+    SegmentManager manager;
+    manager.Start();
+    std::vector<std::vector<unsigned char>> expected(1);
+    auto write = [&](int number, int words) {
+        Segment* segment = manager.segment(number);
+        std::vector<unsigned char>& bytes = expected[static_cast<size_t>(number)];
+        for (int k = 0; k < words; k++) {
+            const unsigned value = static_cast<unsigned>(number * 7 + bytes.size()) & 0xFFFF;
+            segment->Write_Word(static_cast<int>(bytes.size()), value);
+            bytes.push_back(static_cast<unsigned char>(value));
+            bytes.push_back(static_cast<unsigned char>(value >> 8));
+        }
+    };
+    // Segment, words written, then whether it is trimmed.
+    const int steps[][3] = {{1, 300, 0},    {2, 50, 0}, {1, 1500, 1}, {2, 10, 1},
+                            {3, 200000, 1}, {1, 5, 0},  {4, 3, 1}};
+    for (const auto& step : steps) {
+        while (manager.count() <= step[0]) {
+            manager.Segment_Add();
+            expected.emplace_back();
+        }
+        write(step[0], step[1]);
+        if (step[2] != 0) manager.segment(step[0])->Trim();
+    }
+    OpenContainer in(write_container([&](TaggedFile& file) { return manager.Write(&file); }));
+    SegmentManager loaded;
+    ASSERT_TRUE(loaded.Read(&in.file)) << loaded.error().c_str();
+    for (size_t i = 0; i < expected.size(); i++) {
+        const Segment* segment = loaded.segment(static_cast<int>(i));
+        ASSERT_EQ(segment->length(), static_cast<int>(expected[i].size())) << i;
+        EXPECT_EQ(
+            std::vector<unsigned char>(segment->bytes(), segment->bytes() + segment->length()),
+            expected[i])
+            << i;
+    }
+}
