@@ -53,6 +53,9 @@ constexpr int WINDOW_COUNT_MIN_BITS = 8;
 constexpr int64_t WINDOW_SAMPLE = 4 << 20;
 // Bitmap bits per key group (at least), and the fast path's work per pool byte.
 constexpr int FILTER_BITS_PER_GROUP = 16;
+// A class's bitmap is rebuilt when the hits on groups with nothing waiting since the last
+// build come to its groups over this.
+constexpr int DEAD_HITS_PER_REBUILD = 16;
 // How far ahead of the scan the wide keys are computed, within a history of HISTORY_SIZE
 // positions (which also holds the fold 8 bytes back for the 16-byte key).
 constexpr int PREFETCH_DISTANCE = 16;
@@ -332,6 +335,7 @@ class Scanner {
     // since: the bitmap is built again once that is half of them.
     int filtered_members_[CLASS_COUNT] = {};
     int found_since_[CLASS_COUNT] = {};
+    int dead_hits_[CLASS_COUNT] = {};
     std::vector<uint64_t> filter_[CLASS_COUNT];
     size_t filter_mask_[CLASS_COUNT] = {};
     unsigned short_classes_ = 0;  // bit c set while texts of exact length c wait
@@ -683,6 +687,7 @@ void Scanner::Build_Filter(int key_class) {
     live_groups_[key_class] = static_cast<int>(kept);
     filtered_members_[key_class] = members;
     found_since_[key_class] = 0;
+    dead_hits_[key_class] = 0;
     if (key_class < CLASS_WIDE8) {
         short_classes_ &= ~(1u << key_class);
         if (kept > 0) short_classes_ |= 1u << key_class;
@@ -799,10 +804,21 @@ void Scanner::Probe(int key_class, uint64_t key, int end) {
     counters_->key_hits++;
     counters_->work++;
     int stop = group.begin + group.size;
-    int first = Waiting_From(group.begin);
+    int first = group.size == 0 ? stop : Waiting_From(group.begin);
     // A group found with nothing waiting says so itself from now on, so that the next hit on
     // its key (until the bitmap drops it) does not follow its places again.
-    if (first >= stop) group.size = 0;
+    if (first >= stop) {
+        group.size = 0;
+        // Hits on keys whose texts are all placed cost a look each. Once they come to a
+        // sixteenth of the groups in the bitmap, it is rebuilt without those keys; the
+        // rebuilding is work like any other, so a pool made to cause it again and again
+        // meets the bound.
+        if (++dead_hits_[key_class] * DEAD_HITS_PER_REBUILD > live_groups_[key_class]) {
+            counters_->work += live_groups_[key_class];
+            Build_Filter(key_class);
+        }
+        return;
+    }
     for (int at = first; at < stop;) {
         int place_at = at;
         const Seat& place = places_[static_cast<size_t>(at)];
