@@ -276,7 +276,8 @@ class Scanner {
     void Count_Windows(int64_t total);
     void Choose_Key(const char* text, int length, int* key_class, uint64_t* key, int* defer);
     void Build();
-    void Find_Distinct();
+    // Files the distinct texts; returns the length of all texts together.
+    int64_t Find_Distinct();
     void Build_Groups();
     // The first slot to try for a key of this hash, within its table: the table's sizes are
     // not powers of two, so that none is much larger than its load calls for.
@@ -456,11 +457,9 @@ size_t Scanner::Slot_Of(int key_class, uint64_t key) const {
 }
 
 void Scanner::Build() {
-    int64_t total = 0;
-    for (int i = 0; i < count_; i++) total += texts_->At(i).length;
+    int64_t total = Find_Distinct();
     if (work_limit_ < 0) work_limit_ = WORK_PER_BYTE * (total + count_) + (int64_t{1} << 20);
     Count_Windows(total);
-    Find_Distinct();
     Build_Groups();
     first_end_.assign(members_.size(), -1);
     ending_mask_ = total >= (int64_t{1} << 20) ? 0xFFFF : 0xFF;
@@ -473,7 +472,7 @@ void Scanner::Build() {
 // The distinct texts by hash and bytes, as members in order of first appearance (their id).
 // The table is probed a few texts ahead of its use (PREFETCH_TEXTS), as it is far larger than
 // the caches.
-void Scanner::Find_Distinct() {
+int64_t Scanner::Find_Distinct() {
     // The rolling hash of the scan, four bytes a step: only the product with the fourth power
     // waits for the step before.
     constexpr uint64_t BASE2 = HASH_BASE * HASH_BASE;
@@ -499,17 +498,25 @@ void Scanner::Find_Distinct() {
     // Room for every text to be distinct: pages that are never written cost nothing.
     members_.reserve(static_cast<size_t>(count_));
     text_id_.assign(static_cast<size_t>(count_), -1);
+    // Each text is asked for once, some texts ahead of its filing, with its hash.
+    DictionaryPacker::Text ahead_text[PREFETCH_TEXTS];
     uint64_t ahead[PREFETCH_TEXTS];
-    for (int i = 0; i < count_ && i < PREFETCH_TEXTS; i++) ahead[i] = hash_of(texts_->At(i));
+    for (int i = 0; i < count_ && i < PREFETCH_TEXTS; i++) {
+        ahead_text[i] = texts_->At(i);
+        ahead[i] = hash_of(ahead_text[i]);
+    }
+    int64_t total = 0;
     for (int i = 0; i < count_; i++) {
         uint64_t hash = ahead[i % PREFETCH_TEXTS];
+        DictionaryPacker::Text text = ahead_text[i % PREFETCH_TEXTS];
         if (i + PREFETCH_TEXTS < count_) {
             DictionaryPacker::Text later = texts_->At(i + PREFETCH_TEXTS);
             uint64_t later_hash = hash_of(later);
+            ahead_text[i % PREFETCH_TEXTS] = later;
             ahead[i % PREFETCH_TEXTS] = later_hash;
             __builtin_prefetch(&id_slots[id_slot_of(later_hash, later.length)]);
         }
-        DictionaryPacker::Text text = texts_->At(i);
+        total += text.length;
         if (text.length == 0) continue;
         size_t slot = id_slot_of(hash, text.length);
         int id = -1;
@@ -529,6 +536,7 @@ void Scanner::Find_Distinct() {
         }
         text_id_[static_cast<size_t>(i)] = id;
     }
+    return total;
 }
 
 // Files every member under its key, then orders the members by group, the groups by class.
