@@ -84,10 +84,6 @@ uint64_t low_bytes(uint64_t folded, int n) {
     return n >= 8 ? folded : folded & ((uint64_t{1} << (8 * n)) - 1);
 }
 
-// The key of a 16-byte window from the folds of its halves.
-uint64_t wide_key(uint64_t first, uint64_t second) {
-    return mix(first) ^ second;
-}
 
 // The key class of a text of this length.
 int class_of_length(int length) {
@@ -96,6 +92,12 @@ int class_of_length(int length) {
 
 uint64_t group_hash(int key_class, uint64_t key) {
     return mix(key ^ (static_cast<uint64_t>(key_class) * 0xA0761D6478BD642Full));
+}
+
+// The key of a 16-byte window from the folds of its halves: the first half enters by the hash
+// it has as an 8-byte key, which the scan has worked out 8 positions before.
+uint64_t wide_key(uint64_t first, uint64_t second) {
+    return group_hash(CLASS_WIDE8, first) ^ second;
 }
 
 // Appends without searching, growing the block to whole granules when the text does not fit,
@@ -351,7 +353,6 @@ class Scanner {
     // key and its hash.
     int lead_end_ = 0;
     uint64_t lead_window_ = 0;
-    uint64_t lead_history_[HISTORY_SIZE] = {};
     uint64_t window_at_[HISTORY_SIZE] = {};
     uint64_t wide_at_[HISTORY_SIZE] = {};
     uint64_t wide_hash_at_[HISTORY_SIZE] = {};
@@ -734,17 +735,17 @@ void Scanner::Build_Filter(int key_class) {
 // bitmap words, so that the scan does not wait for memory at each byte.
 void Scanner::Lead(int end) {
     lead_window_ = lead_window_ << 8 | static_cast<unsigned char>(block_->data()[end - 1]);
-    lead_history_[end & (HISTORY_SIZE - 1)] = lead_window_;
     size_t at = static_cast<size_t>(end & (HISTORY_SIZE - 1));
     window_at_[at] = lead_window_;
+    if (end < 8) return;
+    window_hash_at_[at] = group_hash(CLASS_WIDE8, lead_window_);
     if (end >= 16 && live_groups_[CLASS_WIDE16] > 0) {
-        uint64_t key = wide_key(lead_history_[(end - 8) & (HISTORY_SIZE - 1)], lead_window_);
+        uint64_t key = window_hash_at_[(end - 8) & (HISTORY_SIZE - 1)] ^ lead_window_;
         wide_at_[at] = key;
         wide_hash_at_[at] = group_hash(CLASS_WIDE16, key);
         __builtin_prefetch(&filter_[CLASS_WIDE16][wide_hash_at_[at] & filter_mask_[CLASS_WIDE16]]);
     }
-    if (end >= 8 && live_groups_[CLASS_WIDE8] > 0) {
-        window_hash_at_[at] = group_hash(CLASS_WIDE8, lead_window_);
+    if (live_groups_[CLASS_WIDE8] > 0) {
         __builtin_prefetch(&filter_[CLASS_WIDE8][window_hash_at_[at] & filter_mask_[CLASS_WIDE8]]);
     }
 }
