@@ -70,6 +70,8 @@ class BucketArray {
                 }
             }
             if (pairs_.size() < MAX_PAIRS) {
+                // Room for the chains of a function's few variables at once.
+                if (pairs_.empty()) pairs_.reserve(FIRST_PAIRS);
                 pairs_.push_back(Pair{bucket, head});
                 return;
             }
@@ -117,6 +119,7 @@ class BucketArray {
         int head;
     };
     static constexpr size_t MAX_PAIRS = 16;
+    static constexpr size_t FIRST_PAIRS = 8;
 
     void Store(int bucket, int head) {
         if (static_cast<size_t>(bucket) >= heads_.size()) {

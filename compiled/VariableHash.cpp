@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "compiled/Dictionary.h"
@@ -34,22 +35,40 @@ const TableShape SHAPE = {
 // Entries first allocated for a table; they double as the table fills, up to its capacity.
 constexpr int VARIABLE_HASH_FIRST_ALLOCATION = 8;
 
-_VH_Entry* new_entries(int count) {
-    _VH_Entry* entries = new _VH_Entry[count];
-    for (int i = 0; i < count; ++i) entries[i] = _VH_Entry{0, 0, nullptr};
-    return entries;
-}
-
 int measured(const char* text, int length) {
     return length == -1 ? static_cast<int>(std::strlen(text)) : length;
 }
 
 }  // namespace
 
+// The entries and both link arrays of a table of 'size' entries in one block, so that the many
+// small tables of a program (one per function) cost one allocation each rather than three. The
+// entries are empty and the links -1 (the end of a chain).
+VariableHash::Arrays VariableHash::NewArrays(int size) {
+    const size_t count = size > 0 ? static_cast<size_t>(size) : 0;
+    Arrays arrays;
+    arrays.block = new char[count * (sizeof(_VH_Entry) + 2 * sizeof(int))];
+    arrays.entries = reinterpret_cast<_VH_Entry*>(arrays.block);
+    for (size_t i = 0; i < count; ++i) new (&arrays.entries[i]) _VH_Entry{0, 0, nullptr};
+    arrays.next = reinterpret_cast<int*>(arrays.block + count * sizeof(_VH_Entry));
+    arrays.run_last = arrays.next + count;
+    for (size_t i = 0; i < 2 * count; ++i) new (&arrays.next[i]) int(-1);
+    return arrays;
+}
+
+void VariableHash::Adopt(const Arrays& arrays) {
+    delete[] block_;
+    block_ = arrays.block;
+    entries_ = arrays.entries;
+    next_ = arrays.next;
+    run_last_ = arrays.run_last;
+}
+
 VariableHash::VariableHash(Dictionary* dictionary, int bucket_bits, int capacity, int count)
     : bucket_bits_(bucket_bits),
       bucket_count_(1 << (bucket_bits & 31)),
       bucket_entries_(0),
+      block_(nullptr),
       next_(nullptr),
       run_last_(nullptr),
       capacity_(capacity),
@@ -69,14 +88,16 @@ VariableHash::VariableHash(TarnApplication* application, Dictionary* dictionary,
       bucket_bits_(other.bucket_bits_),
       bucket_count_(other.bucket_count_),
       bucket_entries_(other.bucket_entries_),
-      next_(new int[other.allocated_]),
-      run_last_(new int[other.allocated_]),
+      block_(nullptr),
+      next_(nullptr),
+      run_last_(nullptr),
       capacity_(other.capacity_),
       allocated_(other.allocated_),
-      entries_(new _VH_Entry[other.allocated_]),
+      entries_(nullptr),
       count_(other.count_),
       dictionary_(dictionary),
       error_(other.error_) {
+    Adopt(NewArrays(allocated_));
     if (allocated_ > 0) {
         std::memcpy(next_, other.next_, sizeof(int) * static_cast<size_t>(allocated_));
         std::memcpy(run_last_, other.run_last_, sizeof(int) * static_cast<size_t>(allocated_));
@@ -90,9 +111,7 @@ VariableHash::VariableHash(TarnApplication* application, Dictionary* dictionary,
 }
 
 VariableHash::~VariableHash() {
-    delete[] next_;
-    delete[] run_last_;
-    delete[] entries_;
+    delete[] block_;
 }
 
 // ---- insertion ----
@@ -422,18 +441,14 @@ int VariableHash::Read(TaggedFile* file) {
         Error(file->error());
         return 0;
     }
-    int* next = new int[count];
-    _VH_Entry* entries = new_entries(count);
     // Links from a file are not trusted to keep twins together: every entry is a run of its own.
-    int* run_last = new_links(count);
+    Arrays arrays = NewArrays(count);
     for (int i = 0; i < count; ++i) {
-        entries[i].name_index = get_s32(variable_records.data() + VARIABLE_RECORD_SIZE * i);
-        next[i] = get_s32(variable_records.data() + VARIABLE_RECORD_SIZE * i + 4);
+        arrays.entries[i].name_index = get_s32(variable_records.data() + VARIABLE_RECORD_SIZE * i);
+        arrays.next[i] = get_s32(variable_records.data() + VARIABLE_RECORD_SIZE * i + 4);
     }
 
-    delete[] next_;
-    delete[] run_last_;
-    delete[] entries_;
+    Adopt(arrays);
     buckets_ = std::move(buckets);
     bucket_bits_ = static_cast<int>(bucket_bits);
     bucket_count_ = static_cast<int>(bucket_count);
@@ -443,9 +458,6 @@ int VariableHash::Read(TaggedFile* file) {
     for (int b = 0; b < buckets_.held(); ++b) {
         if (buckets_.Head(b) != -1) ++bucket_entries_;
     }
-    next_ = next;
-    run_last_ = run_last;
-    entries_ = entries;
     capacity_ = count;
     allocated_ = count;
     count_ = count;
@@ -477,9 +489,14 @@ void VariableHash::Allocate(int needed) {
     // The doubling may run past the capacity, which grows in steps of 512.
     int size =
         doubled_allocation(allocated_, VARIABLE_HASH_FIRST_ALLOCATION, needed, sizeof(_VH_Entry));
-    move_into(&next_, allocated_, new_links(size));
-    move_into(&run_last_, allocated_, new_links(size));
-    move_into(&entries_, allocated_, new_entries(size));
+    Arrays arrays = NewArrays(size);
+    const size_t kept = static_cast<size_t>(allocated_);
+    if (kept > 0) {
+        std::memcpy(arrays.entries, entries_, kept * sizeof(_VH_Entry));
+        std::memcpy(arrays.next, next_, kept * sizeof(int));
+        std::memcpy(arrays.run_last, run_last_, kept * sizeof(int));
+    }
+    Adopt(arrays);
     allocated_ = size;
 }
 

@@ -90,6 +90,17 @@ class VariableHash {
   private:
     friend class ReferenceVariableHash;
 
+    // The one block that holds a table's entries and links, and its three arrays.
+    struct Arrays {
+        char* block;
+        _VH_Entry* entries;
+        int* next;
+        int* run_last;
+    };
+    static Arrays NewArrays(int size);
+    // Frees the table's block and takes 'arrays' in its place.
+    void Adopt(const Arrays& arrays);
+
     int BucketOf(const char* name, int length) const;
     int RunEnd(int entry, int added) const;
     void Grow();
@@ -99,6 +110,8 @@ class VariableHash {
     int bucket_bits_;
     int bucket_count_;
     int bucket_entries_;
+    // Holds 'entries_', 'next_' and 'run_last_'.
+    char* block_;
     int* next_;
     // For the first entry of a run of twins (equal names, next to each other in their chain),
     // the last of the run; -1 for any other entry. Links read from a file start with none.
