@@ -23,7 +23,7 @@ TEST(NameTable, AgreesWithAMapThroughGrowthAndClearing) {
                 name = "a_long_common_prefix_" + std::to_string(random() % 3000);
                 break;
             case 2:
-                name = std::string(random() % 3, static_cast<char>(random() % 256));
+                name = std::string(random() % 13, static_cast<char>(random() % 256));
                 break;
             default:
                 name = std::string(8 + random() % 9, 'x') + static_cast<char>(random());
