@@ -116,7 +116,13 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
     chain_[added] = -1;
     ++count_;
 
-    int bucket = name_bucket(name, length, bucket_bits_);
+    // A name that Function_Get has just missed, with the table unchanged since, goes where
+    // the lookup stopped: no name there is equal to it. A key of up to 16 bytes holds the whole
+    // name as the chain order sees it, which tells that it is the same name.
+    const ChainEntry key{name, length, added};
+    const bool missed = by_name_valid_ && miss_.count == added && length <= 16 &&
+                        ChainEntry::Order(key, miss_.key) == 0;
+    int bucket = missed ? miss_.bucket : name_bucket(name, length, bucket_bits_);
     int previous = -1;
     int current = buckets_.Head(bucket);
     if (current == -1) ++bucket_entries_;
@@ -126,8 +132,9 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
         std::vector<ChainEntry>& sorted = sorted_chains_[static_cast<size_t>(bucket)];
         // Placed by the name it is linked under; compared later by its own name, as the chain
         // walk compares.
-        const ChainEntry key{name, length, added};
-        auto after = std::upper_bound(sorted.begin(), sorted.end(), key, ChainEntry::Before);
+        auto after = sorted.begin() + static_cast<std::ptrdiff_t>(missed ? miss_.place : 0);
+        if (!missed)
+            after = std::upper_bound(sorted.begin(), sorted.end(), key, ChainEntry::Before);
         previous = after == sorted.begin() ? -1 : (after - 1)->index;
         current = after == sorted.end() ? -1 : after->index;
         const String& own = function->name();
@@ -148,6 +155,7 @@ Function* FunctionManager::Function_Add(Function* function, const char* name, in
     }
     if (sorted_chains_.empty())
         by_name_.emplace(hashi(name, static_cast<uint32_t>(length), 0), added);
+    miss_ = Miss{};
     return function;
 }
 
@@ -159,11 +167,15 @@ Function* FunctionManager::Function_Get(const char* name, int length) {
     if (by_name_valid_ && !sorted_chains_.empty()) {
         // What the chain walk below finds: the first function whose name is not before this
         // one, if the names are equal. Equal names stand in the order they were added.
-        const std::vector<ChainEntry>& sorted =
-            sorted_chains_[static_cast<size_t>(name_bucket(name, length, bucket_bits_))];
+        const int bucket = name_bucket(name, length, bucket_bits_);
+        const std::vector<ChainEntry>& sorted = sorted_chains_[static_cast<size_t>(bucket)];
         const ChainEntry key{name, length, -1};
         auto first = std::lower_bound(sorted.begin(), sorted.end(), key, ChainEntry::Before);
-        if (first == sorted.end() || ChainEntry::Order(*first, key) != 0) return nullptr;
+        if (first == sorted.end() || ChainEntry::Order(*first, key) != 0) {
+            // Where the name would go, for the Function_Add of it that mostly follows.
+            miss_ = Miss{key, bucket, static_cast<size_t>(first - sorted.begin()), count_};
+            return nullptr;
+        }
         return functions_[first->index];
     }
     if (by_name_valid_) {
@@ -399,5 +411,6 @@ bool FunctionManager::Read(TaggedFile* file) {
     by_name_.clear();
     sorted_chains_.clear();
     by_name_valid_ = false;
+    miss_ = Miss{};
     return true;
 }

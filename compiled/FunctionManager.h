@@ -3,6 +3,7 @@
 #ifndef TARN_COMPILED_FUNCTIONMANAGER_H
 #define TARN_COMPILED_FUNCTIONMANAGER_H
 
+#include <cstddef>
 #include <cstdint>
 #include <unordered_map>
 #include <vector>
@@ -90,6 +91,15 @@ class FunctionManager {
         uint64_t prefix[2];
     };
     std::vector<std::vector<ChainEntry>> sorted_chains_;
+    // The last name Function_Get did not find in the sorted chains: its key, its bucket, the
+    // place in the bucket's chain where it would go, and the count of functions then.
+    struct Miss {
+        ChainEntry key{nullptr, 0, -1};
+        int bucket = 0;
+        size_t place = 0;
+        int count = -1;
+    };
+    Miss miss_;
     bool by_name_valid_ = true;
     int capacity_;
     Dictionary* dictionary_;  // not owned

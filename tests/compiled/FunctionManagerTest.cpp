@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -103,7 +104,11 @@ TEST(FunctionManager, ManyFunctionsAreFoundAsTheChainsFindThem) {
 TEST(FunctionManager, ChainsAreSortedByLengthThenCaseFolded) {
     Dictionary dictionary;
     FunctionManager manager(&dictionary, 0);
+    // Each added after a lookup, as the assembler adds them: of its own name, or of another.
     for (const char* name : {"bb", "a", "AA", "ab", "aa"}) {
+        const bool twin = std::strcmp(name, "aa") == 0;
+        EXPECT_EQ(manager.Function_Get(std::strcmp(name, "ab") == 0 ? "zz" : name, -1) != nullptr,
+                  twin);
         manager.Function_Add(name, -1, 0);
     }
     // Chain a(1) -> AA(2) -> aa(4) -> ab(3) -> bb(0): a twin goes after the name it equals.
