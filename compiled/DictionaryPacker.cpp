@@ -57,7 +57,7 @@ constexpr int FILTER_BITS_PER_GROUP = 16;
 // build come to its groups over this.
 constexpr int DEAD_HITS_PER_REBUILD = 16;
 // How far ahead of the scan the wide keys are computed, within a history of HISTORY_SIZE
-// positions (which also holds the fold 8 bytes back for the 16-byte key).
+// positions (which also holds the 8-byte hash 8 bytes back for the 16-byte key).
 constexpr int PREFETCH_DISTANCE = 16;
 constexpr int PREPARE_DISTANCE = 8;
 constexpr int HISTORY_SIZE = 32;
@@ -83,7 +83,6 @@ uint64_t fold(const char* p, int n) {
 uint64_t low_bytes(uint64_t folded, int n) {
     return n >= 8 ? folded : folded & ((uint64_t{1} << (8 * n)) - 1);
 }
-
 
 // The key class of a text of this length.
 int class_of_length(int length) {
@@ -349,8 +348,8 @@ class Scanner {
     std::vector<uint8_t> classes_ending_;
     uint64_t ending_mask_ = 0xFF;
 
-    // Ahead of the scan: the last 8 bytes folded, and per recent position that fold, the wide
-    // key and its hash.
+    // Ahead of the scan: the last 8 bytes folded, and per recent position that fold and its
+    // hash as an 8-byte key, the 16-byte key and its hash.
     int lead_end_ = 0;
     uint64_t lead_window_ = 0;
     uint64_t window_at_[HISTORY_SIZE] = {};
