@@ -64,7 +64,21 @@ UNIXFile::UNIXFile(int fd, const char* path, int flags)
 
 UNIXFile::~UNIXFile() {
     Release();
-    if (fd_ >= 0) ::close(fd_);
+    if (fd_ >= 0) {
+        Cut();
+        ::close(fd_);
+    }
+}
+
+// A failing cut cannot be reported from a destructor; on a regular file opened for writing it
+// fails only when the device does.
+void UNIXFile::Cut() {
+    if (!cut_at_close_) return;
+    int result;
+    do {
+        result = ::ftruncate(fd_, static_cast<off_t>(written_end_));
+    } while (result != 0 && errno == EINTR);
+    cut_at_close_ = false;
 }
 
 int64_t UNIXFile::Length() {
@@ -74,6 +88,7 @@ int64_t UNIXFile::Length() {
         SystemError();
         return -1;
     }
+    if (cut_at_close_) return written_end_;
     return static_cast<int64_t>(st.st_size);
 }
 
@@ -195,6 +210,11 @@ int UNIXFile::Read(void* bytes, int count) {
         return -1;
     }
     if (!Activate()) return -1;
+    if (cut_at_close_) {
+        // The old bytes behind the written ones are no longer the file's.
+        int64_t left = written_end_ > position_ ? written_end_ - position_ : 0;
+        if (count > left) count = static_cast<int>(left);
+    }
     char* out = static_cast<char*>(bytes);
     int done = 0;
     while (done < count) {
@@ -207,6 +227,7 @@ int UNIXFile::Read(void* bytes, int count) {
         if (n == 0) break;
         done += static_cast<int>(n);
     }
+    position_ += done;
     return done;
 }
 
@@ -223,11 +244,19 @@ int UNIXFile::Write(const void* bytes, int count) {
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) {
             SystemError();
+            Advance(done);
             return -1;
         }
         done += static_cast<int>(n);
     }
+    Advance(done);
     return done;
+}
+
+// What a write got into the file counts, also when the rest of it failed.
+void UNIXFile::Advance(int written) {
+    position_ += written;
+    if (position_ > written_end_) written_end_ = position_;
 }
 
 int64_t UNIXFile::Seek(int64_t offset) {
@@ -237,6 +266,7 @@ int64_t UNIXFile::Seek(int64_t offset) {
         SystemError();
         return -1;
     }
+    position_ = static_cast<int64_t>(result);
     return static_cast<int64_t>(result);
 }
 
@@ -244,6 +274,7 @@ void UNIXFile::Deactivate() {
     if (fd_ < 0) return;
     off_t position = ::lseek(fd_, 0, SEEK_CUR);
     saved_position_ = position < 0 ? 0 : static_cast<int64_t>(position);
+    Cut();
     ::close(fd_);
     fd_ = -1;
 }
@@ -261,6 +292,7 @@ bool UNIXFile::Activate() {
         return false;
     }
     fd_ = fd;
+    position_ = saved_position_;
     return true;
 }
 

@@ -34,9 +34,19 @@ class UNIXFile : public File {
     // Closes the descriptor but keeps the place; the next operation reopens the file there.
     void Deactivate();
 
+    // The file is to end where the writing ends, as if it had been opened truncated: the bytes
+    // behind the furthest byte written are cut off when the file is closed (or deactivated),
+    // and until then they read as absent. Writing over the old bytes in place reuses the
+    // file's cached pages and blocks; a file truncated at the open has them all freed, and on
+    // some file systems (ext4 among them) closing a file rewritten after such a truncation also
+    // starts writing it out to disk at once, which the writer then waits for.
+    void CutAtClose() { cut_at_close_ = true; }
+
   private:
     bool Activate();
     void SystemError();
+    void Cut();
+    void Advance(int written);
     const char* Copy(int64_t offset, int64_t length);
 
     int fd_;
@@ -44,6 +54,10 @@ class UNIXFile : public File {
     int flags_;
     String path_;
     int64_t saved_position_;
+    // The descriptor's place, and the end of the furthest write, while a cut is pending.
+    int64_t position_ = 0;
+    int64_t written_end_ = 0;
+    bool cut_at_close_ = false;
     // The view handed out by Map: inside 'mapping_' (of 'mapping_size_' bytes) when the file is
     // mapped, else a heap copy.
     char* view_;

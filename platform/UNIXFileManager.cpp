@@ -43,6 +43,11 @@ File* UNIXFileManager::Open(const char* path, int mode) {
         return nullptr;
     }
     int flags = open_flags(mode);
+    // A regular file to be written from its start is cut to the written length when it is
+    // closed instead of to nothing when it is opened (see UNIXFile). Only a file to be written
+    // can be cut: O_TRUNC on a file opened for reading only is left to the system as it was.
+    const bool cut_later = (flags & O_TRUNC) != 0 && (mode & FILE_MODE_WRITE) != 0;
+    if (cut_later) flags &= ~O_TRUNC;
     // Without O_NONBLOCK, opening a pipe for reading waits for a writer, possibly for ever; the
     // flag is dropped again once the file is known to be one that can be used.
     int fd = ::open(path, flags | O_CLOEXEC | O_NONBLOCK, CREATE_PERMISSIONS);
@@ -75,7 +80,10 @@ File* UNIXFileManager::Open(const char* path, int mode) {
     // errors.
     if (!S_ISREG(st.st_mode) && !S_ISCHR(st.st_mode)) return refuse(NOT_A_FILE);
     if (!make_blocking()) return refuse(std::strerror(errno));
-    return new UNIXFile(fd, path, flags);
+    UNIXFile* file = new UNIXFile(fd, path, flags);
+    // A device is written as it is, and an empty file has nothing to cut.
+    if (cut_later && S_ISREG(st.st_mode) && st.st_size > 0) file->CutAtClose();
+    return file;
 }
 
 // Returns once the FIFO has something to read or its writer has come and gone.

@@ -90,9 +90,24 @@ TEST_F(UNIXFileManagerTest, SeekReadAndWrite) {
     EXPECT_EQ(file->Write("q", 1), -1) << "read-only file accepted a write";
     EXPECT_STREQ(file->error().c_str(), std::strerror(EBADF));
     delete file;
+    // The old bytes are written over in place and cut off at the close, but they are gone from
+    // the start: the file reads as holding only what was written, also across a deactivation.
     file = manager_.Open(PathOf("rw.tnc").c_str(), 15);
     ASSERT_NE(file, nullptr);
     EXPECT_EQ(file->Length(), 0);
+    EXPECT_EQ(file->Read(bytes, 16), 0);
+    EXPECT_EQ(file->Write("abc", 3), 3);
+    manager_.DeactivateFile(file);
+    EXPECT_EQ(file->Write("d", 1), 1);
+    EXPECT_EQ(file->Seek(1), 1);
+    EXPECT_EQ(file->Read(bytes, 16), 3);
+    EXPECT_EQ(file->Length(), 4);
+    delete file;
+    file = manager_.Open(PathOf("rw.tnc").c_str(), 1);
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(file->Length(), 4);
+    EXPECT_EQ(file->Read(bytes, 16), 4);
+    EXPECT_EQ(std::string(bytes, 4), "abcd");
     delete file;
 }
 
