@@ -4,6 +4,7 @@
 #define TARN_ASSEMBLER_PARSER_H
 
 #include "assembler/OpcodeLookup.h"
+#include "assembler/ReadAhead.h"
 #include "compiled/Function.h"  // the function qualifier bits FUNCTION_EXTERNAL ... FUNCTION_PRIVATE
 #include "driver/ErrorCode.h"
 #include "foundation/String.h"
@@ -80,6 +81,10 @@ class Parser {
         // they were, and several messages quote what they still hold.
         const char* text;
         int length = 0;
+        // Whether the tokenizing thread looked the latest token up as a mnemonic already, and
+        // what it found (null: no mnemonic).
+        bool looked_up = false;
+        const OpcodeEntry* mnemonic = nullptr;
     };
 
     // Maps the whole of 'file' (not owned: the caller destroys it after the parser).
@@ -160,9 +165,46 @@ class Parser {
     // starts loading the identifier's place while it reads the string behind it.
     const NameTable* string_identifier_table_ = nullptr;
 
+    // Sources of this many bytes or more are tokenized on a second thread, ahead of the
+    // grammar (see ReadAhead); below it the thread would cost more than it saves.
+    int read_ahead_from_ = 256 * 1024;
+
   private:
-    TokenType ReadNumber(int& length);
-    TokenType ReadQuotedString(String* value, int& length);
+    friend class ReadAhead;
+
+    // Where a quoted string's contents lie and what they decode to; the decoding itself is
+    // left to FillString, so that the tokenizing thread only finds the string's end.
+    struct StringScan {
+        bool found = false;
+        int start = 0;  // the first byte behind the opening quote
+        int decoded = 0;
+        int newlines = 0;
+        bool escaped = false;
+    };
+
+    // The tokenizer over an explicit source and position: everything GetNextToken does but for
+    // counting a string's newlines into the line and decoding its contents, which go to
+    // 'string'. It touches nothing of the parser's, which the grammar changes at every token
+    // while the tokenizing thread runs this.
+    static TokenType Scan(const char* source, int source_length, int& position_at,
+                          const char** text, int& length, StringScan& string);
+    static TokenType ScanInline(const char* source, int source_length, int& position_at,
+                                const char** text, int& length, StringScan& string);
+    // A token read by the helpers below: its kind and the position behind it.
+    struct Scanned {
+        int position;
+        TokenType type;
+    };
+    static Scanned ScanNumber(const char* source, int source_length, int position, int& length);
+    // Reads a quoted string from 'string.start', behind its opening quote.
+    static Scanned ScanQuotedString(const char* source, int source_length, StringScan& string);
+    // Takes a quoted string's contents into 'value' and its newlines into the line.
+    void TakeString(const StringScan& string, String* value);
+    // Takes one token of the tokenizing thread as GetNextToken would have read it.
+    TokenType Take(const ReadAhead::Token& token, GrammarState& grammar);
+    // Hands one token to the grammar, and the source read behind it back to the system; true
+    // when the run has ended.
+    bool Advance(GrammarState& grammar, TokenType type, int& discarded);
     // Reports 'message' followed by the quoted token text; returns the report's result.
     int Report(ErrorCode code, const char* message, const char* text = nullptr, int length = 0);
     int ReportExpectedString();

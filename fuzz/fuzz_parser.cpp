@@ -1,7 +1,10 @@
 // Fuzz target: any bytes as a source through the tokenizer and the statement grammar, with every
 // operation accepting what it is given. The recorder copies each text handed to an operation
 // out of a view of exactly the source's size, so a pointer or length that reaches outside the
-// source is caught by the sanitizer; numbers handed over must lie in their ranges.
+// source is caught by the sanitizer; numbers handed over must lie in their ranges. Each source
+// is read twice, by the grammar's own tokenizer and by the one ahead of it on a second thread,
+// and both runs must agree.
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -31,8 +34,16 @@ class CheckingRecorder : public ParserRecorder {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    CheckingRecorder parser(std::string(reinterpret_cast<const char*>(data), size));
+    const std::string source(reinterpret_cast<const char*>(data), size);
+    CheckingRecorder parser(source);
+    parser.ReadAheadFrom(INT_MAX);
     const int result = parser.Start();
+    // The same source with its tokens read ahead on a second thread must give the same run.
+    CheckingRecorder ahead(source);
+    ahead.ReadAheadFrom(0);
+    if (ahead.Start() != result || ahead.calls != parser.calls || ahead.line() != parser.line()) {
+        std::abort();
+    }
     if (parser.negative_lengths != 0) std::abort();
     int reports = 0;
     for (const std::string& call : parser.calls) reports += call.compare(0, 6, "error ") == 0;

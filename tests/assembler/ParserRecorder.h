@@ -61,6 +61,8 @@ class ParserRecorder : private SourceHolder, public Parser {
     using Parser::Step;
 
     const char* source() const { return source_text_; }
+    // From which source length on the tokens are read on a second thread.
+    void ReadAheadFrom(int bytes) { read_ahead_from_ = bytes; }
     String& string_value() { return string_value_; }
 
     // Every record, one per line.

@@ -2,6 +2,7 @@
 // message and line, the kept quirks, and how failures of the operations end the run.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <string>
 
 #include "tests/assembler/ParserRecorder.h"
@@ -188,4 +189,46 @@ TEST(Parser, FlagParsersMatchWholeWordsOnly) {
         "error 328 line 1: Unrecognized function qualifier \"External\"\n"
         "error 328 line 1: Unrecognized function qualifier \"privatex\"\n",
         parser.Calls());
+}
+
+// Tokens read ahead on a second thread must leave every operation, text, report and line as the
+// grammar's own reading does: the quirks of tokens without text of their own, strings across
+// lines or with escapes, zero bytes and the end of input read on behind, and a source long
+// enough that the thread fills its whole ring and waits, and stops in the middle when the
+// grammar ends early.
+TEST(Parser, ReadingAheadChangesNothing) {
+    std::string long_source;
+    for (int i = 0; i < 40000; ++i) {
+        long_source += "l" + std::to_string(i) + ": pushc s" + std::to_string(i % 7) +
+                       " ; c\n\n.string t \"a\\0a\nb\" .local x \"\"\n";
+    }
+    const std::string sources[] = {
+        "",
+        "pop",
+        ".function f private",
+        ".version\0pop"s,
+        ".function f \"\"\0private\n"s,
+        ".global g \"abc",
+        ".global g \"ab\\4",
+        ".global g \"a\\4Ab\" pop",
+        ".string s \"x\ny\"\n.string t\n\"z\"\nabc :",
+        "pushc -.-x, . function\n..local\n- - 12\n0x1.8.9",
+        "pushc -  7,",
+        ".localized \"x\" \"y\" \"z\"\n.localized \"a\" \"\" \"c\"\n,",
+        long_source,
+        long_source + "\xff",
+        long_source.substr(0, long_source.size() / 3) + ".endfunction extra\n" + long_source,
+    };
+    for (const std::string& source : sources) {
+        ParserRecorder alone(source);
+        alone.ReadAheadFrom(INT_MAX);
+        ParserRecorder ahead(source);
+        ahead.ReadAheadFrom(0);
+        const int alone_result = alone.Start();
+        EXPECT_EQ(alone_result, ahead.Start()) << source.substr(0, 80);
+        EXPECT_EQ(alone.Calls(), ahead.Calls()) << source.substr(0, 80);
+        EXPECT_EQ(alone.line(), ahead.line()) << source.substr(0, 80);
+        EXPECT_EQ(std::string(alone.string_value().c_str(), alone.string_value().length()),
+                  std::string(ahead.string_value().c_str(), ahead.string_value().length()));
+    }
 }
