@@ -24,7 +24,11 @@
 // shares its key, it is recorded there at once and the scan does not look its key up.
 #include "compiled/DictionaryPacker.h"
 
+#include <pthread.h>
+#include <sched.h>
+
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <vector>
 
@@ -117,6 +121,102 @@ size_t table_size_for(size_t entries) {
     while (size < entries + entries / 3 + 1) size <<= 1;
     return size;
 }
+
+// ---- work on a second thread ----
+
+// Items made in order on a second thread, a ring ahead of the caller, who takes them in the same
+// order: the making and the using of an item then take one processor each. After the last item
+// the thread runs 'tail', some later work that needs none of the caller's. Without a thread (a
+// job too small to pay for one, or none could be started) the caller makes each item as it
+// takes it, and runs 'tail' in Finish. Each side waits only for the other: briefly spinning,
+// then giving up its processor between looks.
+template <typename Item, typename Make, typename Tail>
+class Ahead {
+  public:
+    Ahead(size_t count, bool threaded, Make make, Tail tail)
+        : count_(count), make_(make), tail_(tail) {
+        if (threaded) started_ = pthread_create(&thread_, nullptr, Run, this) == 0;
+    }
+    ~Ahead() { Finish(); }
+    Ahead(const Ahead&) = delete;
+    Ahead& operator=(const Ahead&) = delete;
+
+    Item Take() {
+        if (!started_) return make_(taken_++);
+        if (taken_ == visible_) {
+            for (int looks = 0; (visible_ = produced_.load(std::memory_order_acquire)) == taken_;
+                 looks++) {
+                Wait(looks);
+            }
+        }
+        Item item = ring_[taken_ % RING];
+        if (++taken_ % BATCH == 0) consumed_.store(taken_, std::memory_order_release);
+        return item;
+    }
+
+    // Waits for the thread and for the tail; the items not taken are dropped.
+    void Finish() {
+        if (started_) {
+            stop_.store(true, std::memory_order_relaxed);
+            pthread_join(thread_, nullptr);
+            started_ = false;
+        }
+        if (!tail_done_) {
+            tail_();
+            tail_done_ = true;
+        }
+    }
+
+  private:
+    static constexpr size_t RING = 4096;
+    static constexpr size_t BATCH = 64;
+
+    static void Wait(int looks) {
+        if (looks < 256) {
+#if defined(__x86_64__) || defined(__i386__)
+            __builtin_ia32_pause();
+#endif
+        } else {
+            sched_yield();
+        }
+    }
+
+    static void* Run(void* self) {
+        static_cast<Ahead*>(self)->Produce();
+        return nullptr;
+    }
+
+    void Produce() {
+        size_t room_until = RING;
+        for (size_t i = 0; i < count_; i++) {
+            for (int looks = 0; i >= room_until; looks++) {
+                if (stop_.load(std::memory_order_relaxed)) return;
+                room_until = consumed_.load(std::memory_order_acquire) + RING;
+                if (i >= room_until) Wait(looks);
+            }
+            ring_[i % RING] = make_(i);
+            if ((i + 1) % BATCH == 0) produced_.store(i + 1, std::memory_order_release);
+        }
+        produced_.store(count_, std::memory_order_release);
+        tail_();
+        tail_done_ = true;
+    }
+
+    size_t count_;
+    Make make_;
+    Tail tail_;
+    bool tail_done_ = false;
+    bool started_ = false;
+    pthread_t thread_;
+    Item ring_[RING];
+    // Apart from each other, so that publishing one does not disturb the side reading the other.
+    alignas(64) std::atomic<size_t> produced_{0};
+    alignas(64) std::atomic<size_t> consumed_{0};
+    alignas(64) std::atomic<bool> stop_{false};
+    // The caller's side.
+    size_t taken_ = 0;
+    size_t visible_ = 0;
+};
 
 // ---- the exact fallback: a suffix automaton over the block ----
 
@@ -265,8 +365,10 @@ struct Deferred {
 
 class Scanner {
   public:
+    // From 'threaded_texts' texts on, the texts are hashed and their keys chosen on a second
+    // thread, ahead of their filing.
     Scanner(const DictionaryPacker::Texts* texts, DictionaryDataBlock* block, int64_t work_limit,
-            DictionaryPacker::Counters* counters);
+            int threaded_texts, DictionaryPacker::Counters* counters);
 
     // Offset of texts[i] under the layout rule; appends it (and scans its bytes) when it is
     // not in the block yet. False once the work limit has been passed; the text is placed all
@@ -277,7 +379,8 @@ class Scanner {
     void Count_Windows(int64_t total);
     void Choose_Key(const char* text, int length, int* key_class, uint64_t* key, int* defer);
     void Build();
-    // Files the distinct texts; returns the length of all texts together.
+    // Files the distinct texts and counts the windows; returns the length of all texts
+    // together.
     int64_t Find_Distinct();
     void Build_Groups();
     // The first slot to try for a key of this hash, within its table: the table's sizes are
@@ -299,7 +402,9 @@ class Scanner {
     }
     void Probe(int key_class, uint64_t key, int end);
     int Waiting_From(int at);
-    bool Waiting(const Group& group) { return Waiting_From(group.begin) < group.begin + group.size; }
+    bool Waiting(const Group& group) {
+        return Waiting_From(group.begin) < group.begin + group.size;
+    }
     void Check_Run(int at, int stop, int end);
     bool Check(int id, int end);
     void Found(int id, int end);
@@ -309,13 +414,14 @@ class Scanner {
     int count_;
     DictionaryDataBlock* block_;
     int64_t work_limit_;
+    int threaded_texts_;
     DictionaryPacker::Counters* counters_;
     bool over_limit_ = false;
 
     std::vector<uint16_t> window_counts_;
     int window_bits_ = WINDOW_COUNT_BITS;
-    std::vector<int> text_id_;     // distinct id of each text, -1 for the empty text
-    std::vector<int> first_end_;   // per id: end of its first occurrence, -1 while waiting
+    std::vector<int> text_id_;    // distinct id of each text, -1 for the empty text
+    std::vector<int> first_end_;  // per id: end of its first occurrence, -1 while waiting
     // The members by id. Once the groups are built, ids are renumbered so that a member's id is
     // its place: the members by group, the groups by class, each group's members by distance
     // from their key to their end, then by length. A group's members then lie side by side.
@@ -371,11 +477,12 @@ class Scanner {
 };
 
 Scanner::Scanner(const DictionaryPacker::Texts* texts, DictionaryDataBlock* block,
-                 int64_t work_limit, DictionaryPacker::Counters* counters)
+                 int64_t work_limit, int threaded_texts, DictionaryPacker::Counters* counters)
     : texts_(texts),
       count_(texts->count()),
       block_(block),
       work_limit_(work_limit),
+      threaded_texts_(threaded_texts),
       counters_(counters),
       ring_(RING_SIZE, 0),
       power_(RING_SIZE, 1),
@@ -459,7 +566,6 @@ size_t Scanner::Slot_Of(int key_class, uint64_t key) const {
 void Scanner::Build() {
     int64_t total = Find_Distinct();
     if (work_limit_ < 0) work_limit_ = WORK_PER_BYTE * (total + count_) + (int64_t{1} << 20);
-    Count_Windows(total);
     Build_Groups();
     first_end_.assign(members_.size(), -1);
     ending_mask_ = total >= (int64_t{1} << 20) ? 0xFFFF : 0xFF;
@@ -498,25 +604,37 @@ int64_t Scanner::Find_Distinct() {
     // Room for every text to be distinct: pages that are never written cost nothing.
     members_.reserve(static_cast<size_t>(count_));
     text_id_.assign(static_cast<size_t>(count_), -1);
-    // Each text is asked for once, some texts ahead of its filing, with its hash.
-    DictionaryPacker::Text ahead_text[PREFETCH_TEXTS];
-    uint64_t ahead[PREFETCH_TEXTS];
-    for (int i = 0; i < count_ && i < PREFETCH_TEXTS; i++) {
-        ahead_text[i] = texts_->At(i);
-        ahead[i] = hash_of(ahead_text[i]);
-    }
+
+    // Each text is asked for once, with its hash, on the second thread; that thread then counts
+    // the windows, which needs the length of all texts and nothing of the filing.
+    struct Hashed {
+        DictionaryPacker::Text text;
+        uint64_t hash;
+    };
     int64_t total = 0;
-    for (int i = 0; i < count_; i++) {
-        uint64_t hash = ahead[i % PREFETCH_TEXTS];
-        DictionaryPacker::Text text = ahead_text[i % PREFETCH_TEXTS];
-        if (i + PREFETCH_TEXTS < count_) {
-            DictionaryPacker::Text later = texts_->At(i + PREFETCH_TEXTS);
-            uint64_t later_hash = hash_of(later);
-            ahead_text[i % PREFETCH_TEXTS] = later;
-            ahead[i % PREFETCH_TEXTS] = later_hash;
-            __builtin_prefetch(&id_slots[id_slot_of(later_hash, later.length)]);
-        }
+    auto make = [this, &hash_of, &total](size_t i) {
+        DictionaryPacker::Text text = texts_->At(static_cast<int>(i));
         total += text.length;
+        return Hashed{text, hash_of(text)};
+    };
+    auto tail = [this, &total] { Count_Windows(total); };
+    Ahead<Hashed, decltype(make), decltype(tail)> hashed(static_cast<size_t>(count_),
+                                                         count_ >= threaded_texts_, make, tail);
+    // Taken some texts ahead of their filing, so that their table slots are asked for early.
+    Hashed ahead[PREFETCH_TEXTS];
+    for (int i = 0; i < count_ && i < PREFETCH_TEXTS; i++) {
+        ahead[i] = hashed.Take();
+        __builtin_prefetch(&id_slots[id_slot_of(ahead[i].hash, ahead[i].text.length)]);
+    }
+    for (int i = 0; i < count_; i++) {
+        Hashed taken = ahead[i % PREFETCH_TEXTS];
+        uint64_t hash = taken.hash;
+        DictionaryPacker::Text text = taken.text;
+        if (i + PREFETCH_TEXTS < count_) {
+            Hashed& later = ahead[i % PREFETCH_TEXTS];
+            later = hashed.Take();
+            __builtin_prefetch(&id_slots[id_slot_of(later.hash, later.text.length)]);
+        }
         if (text.length == 0) continue;
         size_t slot = id_slot_of(hash, text.length);
         int id = -1;
@@ -536,6 +654,7 @@ int64_t Scanner::Find_Distinct() {
         }
         text_id_[static_cast<size_t>(i)] = id;
     }
+    hashed.Finish();
     return total;
 }
 
@@ -559,26 +678,36 @@ void Scanner::Build_Groups() {
     }
     groups_.assign(slots, Group{0, -1, 0});
 
+    // The keys are chosen on the second thread, which reads only the members' bytes and the
+    // window counts; the member's own record is written here.
     struct Key {
         int key_class;
+        int defer;
         uint64_t key;
-    } ahead[PREFETCH_TEXTS];
-    auto choose = [this, &ahead](size_t id) {
-        Member& member = members_[id];
-        Key& chosen = ahead[id % PREFETCH_TEXTS];
-        int defer = 0;
-        Choose_Key(member.bytes, member.length, &chosen.key_class, &chosen.key, &defer);
-        member.hash_defer |= static_cast<uint32_t>(defer);
-        __builtin_prefetch(
-            &groups_[Home_Of(chosen.key_class, group_hash(chosen.key_class, chosen.key))]);
+    };
+    auto make = [this](size_t id) {
+        const Member& member = members_[id];
+        Key chosen;
+        Choose_Key(member.bytes, member.length, &chosen.key_class, &chosen.key, &chosen.defer);
+        return chosen;
+    };
+    auto no_tail = [] {};
+    Ahead<Key, decltype(make), decltype(no_tail)> chosen(members_.size(), count_ >= threaded_texts_,
+                                                         make, no_tail);
+    Key ahead[PREFETCH_TEXTS];
+    auto take = [this, &chosen, &ahead](size_t id) {
+        Key& key = ahead[id % PREFETCH_TEXTS];
+        key = chosen.Take();
+        members_[id].hash_defer |= static_cast<uint32_t>(key.defer);
+        __builtin_prefetch(&groups_[Home_Of(key.key_class, group_hash(key.key_class, key.key))]);
     };
     // Each member's group slot, while the groups are built.
     std::vector<int> group_of(members_.size());
-    for (size_t id = 0; id < members_.size() && id < PREFETCH_TEXTS; id++) choose(id);
+    for (size_t id = 0; id < members_.size() && id < PREFETCH_TEXTS; id++) take(id);
     for (size_t id = 0; id < members_.size(); id++) {
         int key_class = ahead[id % PREFETCH_TEXTS].key_class;
         uint64_t key = ahead[id % PREFETCH_TEXTS].key;
-        if (id + PREFETCH_TEXTS < members_.size()) choose(id + PREFETCH_TEXTS);
+        if (id + PREFETCH_TEXTS < members_.size()) take(id + PREFETCH_TEXTS);
         size_t slot = Slot_Of(key_class, key);
         Group& group = groups_[slot];
         if (group.begin < 0) {
@@ -588,6 +717,7 @@ void Scanner::Build_Groups() {
         group.size++;
         group_of[id] = static_cast<int>(slot);
     }
+    chosen.Finish();
 
     int begin = 0;
     for (int c = 1; c < CLASS_COUNT; c++) {
@@ -959,7 +1089,7 @@ void DictionaryPacker::Pack(Texts* texts, DictionaryDataBlock* block) {
     int count = texts->count();
     int i = 0;
     if (work_limit_ != 0) {
-        Scanner scanner(texts, block, work_limit_, &counters_);
+        Scanner scanner(texts, block, work_limit_, threaded_texts_, &counters_);
         while (i < count) {
             int offset = 0;
             bool within = scanner.Place(i, &offset);

@@ -38,8 +38,11 @@ class DictionaryPacker {
 
     // 'work_limit' bounds the work of the fast path; past it the remaining texts are placed with
     // a suffix automaton, whose time is linear in any input. -1 sets the bound in proportion to
-    // the pool, 0 uses the automaton from the start (the tests drive both paths).
-    explicit DictionaryPacker(int64_t work_limit = -1) : work_limit_(work_limit) {}
+    // the pool, 0 uses the automaton from the start (the tests drive both paths). From
+    // 'threaded_texts' texts on, part of the fast path's preparation runs on a second thread.
+    static constexpr int THREADED_TEXTS = 32768;
+    explicit DictionaryPacker(int64_t work_limit = -1, int threaded_texts = THREADED_TEXTS)
+        : work_limit_(work_limit), threaded_texts_(threaded_texts) {}
 
     // Places the texts in order into 'block', which must be empty: each text goes to the
     // leftmost place where its bytes already occur in the block (the empty text to offset 0),
@@ -53,6 +56,7 @@ class DictionaryPacker {
 
   private:
     int64_t work_limit_;
+    int threaded_texts_;
     Counters counters_;
 };
 

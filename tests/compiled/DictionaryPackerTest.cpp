@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <memory>
 #include <random>
 #include <string>
@@ -220,10 +221,11 @@ TEST(DictionaryPacker, HardShapesAsTheSearchPlacesThem) {
         for (const std::string& text : texts) {
             expected.push_back(reference.Add(text.data(), static_cast<int>(text.size())));
         }
-        for (int64_t limit : {int64_t{-1}, int64_t{0}, int64_t{total / 8}}) {
+        // The fast path with its preparation on a second thread, also for these few texts.
+        for (int64_t limit : {int64_t{-1}, int64_t{0}, int64_t{total / 8}, int64_t{-2}}) {
             DictionaryDataBlock block(total);
             std::vector<int> offsets(texts.size());
-            DictionaryPacker packer(limit);
+            DictionaryPacker packer(limit == -2 ? -1 : limit, limit == -2 ? 0 : INT_MAX);
             packer.Pack(views.data(), static_cast<int>(views.size()), &block, offsets.data());
             EXPECT_EQ(offsets, expected) << shape.name << " limit " << limit;
             EXPECT_EQ(used_bytes(&block), used_bytes(&reference)) << shape.name;
