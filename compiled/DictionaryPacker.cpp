@@ -218,6 +218,42 @@ class Ahead {
     size_t visible_ = 0;
 };
 
+// One piece of work on a second thread while the caller does another; Join waits for it.
+// Without a thread the caller does it in Join.
+template <typename Work>
+class Alongside {
+  public:
+    Alongside(bool threaded, Work work) : work_(work) {
+        if (threaded) started_ = pthread_create(&thread_, nullptr, Run, this) == 0;
+    }
+    ~Alongside() { Join(); }
+    Alongside(const Alongside&) = delete;
+    Alongside& operator=(const Alongside&) = delete;
+
+    void Join() {
+        if (started_) {
+            pthread_join(thread_, nullptr);
+            started_ = false;
+            done_ = true;
+        }
+        if (!done_) {
+            work_();
+            done_ = true;
+        }
+    }
+
+  private:
+    static void* Run(void* self) {
+        static_cast<Alongside*>(self)->work_();
+        return nullptr;
+    }
+
+    Work work_;
+    bool started_ = false;
+    bool done_ = false;
+    pthread_t thread_;
+};
+
 // ---- the exact fallback: a suffix automaton over the block ----
 
 // Each state keeps the end of the first occurrence of its strings, so the leftmost occurrence
@@ -383,6 +419,7 @@ class Scanner {
     // together.
     int64_t Find_Distinct();
     void Build_Groups();
+    void Order_Group(const Group& group, int* order);
     // The first slot to try for a key of this hash, within its table: the table's sizes are
     // not powers of two, so that none is much larger than its load calls for.
     size_t Home_Of(int key_class, uint64_t hash) const {
@@ -570,9 +607,14 @@ void Scanner::Build() {
     first_end_.assign(members_.size(), -1);
     ending_mask_ = total >= (int64_t{1} << 20) ? 0xFFFF : 0xFF;
     classes_ending_.assign(ending_mask_ + 1, 0);
-    for (int c = 1; c < CLASS_COUNT; c++) {
+    // The 16-byte class's bitmap, on the second thread: no class shares anything with another
+    // but the short classes' table of last bytes.
+    auto widest = [this] { Build_Filter(CLASS_WIDE16); };
+    Alongside<decltype(widest)> other(count_ >= threaded_texts_, widest);
+    for (int c = 1; c < CLASS_WIDE16; c++) {
         Build_Filter(c);
     }
+    other.Join();
 }
 
 // The distinct texts by hash and bytes, as members in order of first appearance (their id).
@@ -662,6 +704,7 @@ int64_t Scanner::Find_Distinct() {
 // Keys are chosen a few members ahead of their filing, so that their group slots can be asked
 // for before they are needed.
 void Scanner::Build_Groups() {
+    const bool threaded = count_ >= threaded_texts_;
     size_t in_table[TABLE_COUNT] = {};
     for (const Member& member : members_) {
         in_table[member.length < 8    ? TABLE_SHORT
@@ -742,40 +785,27 @@ void Scanner::Build_Groups() {
         Group& group = groups_[static_cast<size_t>(group_of[id])];
         order[static_cast<size_t>(group.begin + group.size++)] = static_cast<int>(id);
     }
-    // Within a group, members whose key lies as far from their end are sorted by length, and
-    // each one that is the last bytes of the next starts or continues a nested run: where one
-    // of them does not end at a place, none of the longer ones of its run can.
-    auto shorter = [this](int a, int b) {
-        const Member& x = members_[static_cast<size_t>(a)];
-        const Member& y = members_[static_cast<size_t>(b)];
-        if (x.defer() != y.defer()) return x.defer() < y.defer();
-        return x.length != y.length ? x.length < y.length : a < b;
-    };
     places_.resize(count + 1);
-    for (int c = 1; c < CLASS_COUNT; c++) {
-        const std::vector<int>& slots = class_groups_[c];
-        for (size_t k = 0; k < slots.size(); k++) {
-            if (k + PREFETCH_TEXTS < slots.size()) {
-                __builtin_prefetch(&groups_[static_cast<size_t>(slots[k + PREFETCH_TEXTS])]);
-            }
-            const Group& group = groups_[static_cast<size_t>(slots[k])];
-            int* first = order.data() + group.begin;
-            int* last = first + group.size;
-            if (group.size == 1) members_[static_cast<size_t>(*first)].hash_defer |= Member::ALONE;
-            if (group.size > 1) std::sort(first, last, shorter);
-            int run_end = group.begin + group.size;
-            for (int* place = last - 1; place >= first; place--) {
-                if (place + 1 < last) {
-                    const Member& inner = members_[static_cast<size_t>(place[0])];
-                    const Member& outer = members_[static_cast<size_t>(place[1])];
-                    bool nested = inner.defer() == outer.defer() && inner.length < outer.length &&
-                                  std::memcmp(outer.bytes + outer.length - inner.length,
-                                              inner.bytes, static_cast<size_t>(inner.length)) == 0;
-                    if (!nested) run_end = static_cast<int>(place - order.data()) + 1;
+    // Groups share no member: the second half of each class's groups is ordered on the second
+    // thread.
+    auto order_groups = [this, &order](bool second_half) {
+        for (int c = 1; c < CLASS_COUNT; c++) {
+            const std::vector<int>& slots = class_groups_[c];
+            size_t half = slots.size() / 2;
+            size_t from = second_half ? half : 0;
+            size_t to = second_half ? slots.size() : half;
+            for (size_t k = from; k < to; k++) {
+                if (k + PREFETCH_TEXTS < to) {
+                    __builtin_prefetch(&groups_[static_cast<size_t>(slots[k + PREFETCH_TEXTS])]);
                 }
-                places_[static_cast<size_t>(place - order.data())].run_end = run_end;
+                Order_Group(groups_[static_cast<size_t>(slots[k])], order.data());
             }
         }
+    };
+    auto second_half = [&order_groups] { order_groups(true); };
+    {
+        Alongside<decltype(second_half)> other(threaded, second_half);
+        order_groups(false);
     }
     for (size_t at = 0; at <= count; at++) places_[at].waiting_from = static_cast<int>(at);
 
@@ -802,6 +832,35 @@ void Scanner::Build_Groups() {
             from = to;
         }
         members_[start] = moving;
+    }
+}
+
+// Within a group, members whose key lies as far from their end are sorted by length, and each
+// one that is the last bytes of the next starts or continues a nested run: where one of them
+// does not end at a place, none of the longer ones of its run can. 'order' holds the members by
+// place.
+void Scanner::Order_Group(const Group& group, int* order) {
+    auto shorter = [this](int a, int b) {
+        const Member& x = members_[static_cast<size_t>(a)];
+        const Member& y = members_[static_cast<size_t>(b)];
+        if (x.defer() != y.defer()) return x.defer() < y.defer();
+        return x.length != y.length ? x.length < y.length : a < b;
+    };
+    int* first = order + group.begin;
+    int* last = first + group.size;
+    if (group.size == 1) members_[static_cast<size_t>(*first)].hash_defer |= Member::ALONE;
+    if (group.size > 1) std::sort(first, last, shorter);
+    int run_end = group.begin + group.size;
+    for (int* place = last - 1; place >= first; place--) {
+        if (place + 1 < last) {
+            const Member& inner = members_[static_cast<size_t>(place[0])];
+            const Member& outer = members_[static_cast<size_t>(place[1])];
+            bool nested = inner.defer() == outer.defer() && inner.length < outer.length &&
+                          std::memcmp(outer.bytes + outer.length - inner.length, inner.bytes,
+                                      static_cast<size_t>(inner.length)) == 0;
+            if (!nested) run_end = static_cast<int>(place - order) + 1;
+        }
+        places_[static_cast<size_t>(place - order)].run_end = run_end;
     }
 }
 
