@@ -403,23 +403,28 @@ int Parser::Start() {
 // Leaves the tokenizer's state as GetNextToken would have left it for this token.
 TokenType Parser::Take(const ReadAhead::Token& token, GrammarState& grammar) {
     grammar.text = source_text_ + token.text;
-    grammar.length = token.length;
-    grammar.looked_up = token.mnemonic != ReadAhead::NOT_LOOKED_UP;
-    grammar.mnemonic = token.mnemonic > ReadAhead::NO_MNEMONIC
-                           ? &OpcodeLookup::opcodes[token.mnemonic - ReadAhead::FIRST_MNEMONIC]
-                           : nullptr;
     position_ = token.position;
-    if (token.string != ReadAhead::STRING_NONE) {
-        StringScan string;
-        string.found = true;
-        string.start = token.text + 1;
-        if (token.string == ReadAhead::STRING_PLAIN) {
-            string.decoded = token.position - string.start - 1;
-        } else {
-            (void)ScanQuotedString(source_text_, source_length_, string);
-        }
-        TakeString(string, &string_value_);
+    if (token.string == ReadAhead::STRING_NONE) {
+        grammar.length = token.length;
+        grammar.looked_up = token.mnemonic != ReadAhead::NOT_LOOKED_UP;
+        grammar.mnemonic = token.mnemonic > ReadAhead::NO_MNEMONIC
+                               ? &OpcodeLookup::opcodes[token.mnemonic - ReadAhead::FIRST_MNEMONIC]
+                               : nullptr;
+        return static_cast<TokenType>(token.type);
     }
+    grammar.length = 0;
+    grammar.looked_up = false;
+    StringScan string;
+    string.found = true;
+    string.start = token.text + 1;
+    if (token.string == ReadAhead::STRING_OTHER) {
+        (void)ScanQuotedString(source_text_, source_length_, string);
+    } else {
+        string.decoded = token.length;
+        string.newlines = token.mnemonic;
+        string.escaped = token.string == ReadAhead::STRING_ESCAPED;
+    }
+    TakeString(string, &string_value_);
     return static_cast<TokenType>(token.type);
 }
 

@@ -88,11 +88,16 @@ void ReadAhead::Produce() {
                         : static_cast<uint16_t>(FIRST_MNEMONIC + (entry - OpcodeLookup::opcodes));
             }
             line_start = type == TOKEN_END_OF_LINE || type == TOKEN_LABEL;
-            token.string =
-                !string.found ? STRING_NONE
-                : (type == TOKEN_QUOTED_STRING && !string.escaped && string.newlines == 0)
-                    ? STRING_PLAIN
-                    : STRING_OTHER;
+            token.string = STRING_NONE;
+            if (string.found) {
+                if (length == 0 && string.newlines < UINT16_MAX) {
+                    token.string = string.escaped ? STRING_ESCAPED : STRING_PLAIN;
+                    token.length = string.decoded;
+                    token.mnemonic = static_cast<uint16_t>(string.newlines);
+                } else {
+                    token.string = STRING_OTHER;
+                }
+            }
             if (type == TOKEN_END_OF_INPUT && position >= source_length) {
                 at_end = true;
                 break;

@@ -15,14 +15,16 @@ class Parser;
 
 class ReadAhead {
   public:
-    // What a quoted string needs from the grammar's side.
+    // What a quoted string needs from the grammar's side. A token that read one has the length
+    // 0 of its own, so its length field carries how many bytes the string decodes to instead,
+    // and its mnemonic field how many newlines it holds.
     enum StringKind : uint8_t {
         STRING_NONE = 0,
-        // Closed, without escapes or newlines: its contents are the source bytes between the
-        // quotes.
+        // Without escapes: its contents are the source bytes behind the opening quote.
         STRING_PLAIN = 1,
-        // Anything else is read once more where it is taken.
-        STRING_OTHER = 2
+        STRING_ESCAPED = 2,
+        // Too many newlines to carry: read once more where it is taken.
+        STRING_OTHER = 3
     };
 
     // One token as the tokenizer leaves the grammar's state behind it: the text and length

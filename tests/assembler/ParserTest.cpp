@@ -215,6 +215,7 @@ TEST(Parser, ReadingAheadChangesNothing) {
         "pushc -.-x, . function\n..local\n- - 12\n0x1.8.9",
         "pushc -  7,",
         ".localized \"x\" \"y\" \"z\"\n.localized \"a\" \"\" \"c\"\n,",
+        ".string s \"" + std::string(70000, '\n') + "x\\41\" pop",
         long_source,
         long_source + "\xff",
         long_source.substr(0, long_source.size() / 3) + ".endfunction extra\n" + long_source,
