@@ -388,8 +388,6 @@ int Parser::Start() {
                 // Behind the source's last token the tokenizer only repeats the end of input,
                 // which the loop below reads on its own.
                 if (token == nullptr) break;
-                // The source was last read on the other thread's processor: its names and
-                // strings are asked for a little ahead of the grammar, as are the tokens.
                 if (Advance(grammar, Take(*token, grammar), discarded)) return grammar.result;
             }
         }
