@@ -135,6 +135,8 @@ class Parser {
     // otherwise the first non-zero result of an operation.
     int Start();
 
+    // Sources of at least 'source_length' bytes are tokenized on a second thread from now on.
+    void ReadAheadFrom(int source_length) { read_ahead_from_ = source_length; }
     // The current line, counted from 1, for error reports.
     int line() const { return line_; }
     // False when the source could not be measured or mapped; the parser then reads an empty

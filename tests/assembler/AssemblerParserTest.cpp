@@ -236,6 +236,19 @@ TEST(AssemblerParser, GeneratedProgramsReadBackAndWriteBackUnchanged) {
         delete source_file;
         const int64_t size = static_cast<int64_t>(application.files.Get("output.tnc").size());
         EXPECT_EQ(counts.file_bytes, size);
+        // The tokens read ahead on a second thread give the same file.
+        if (seed % 8 == 0) {
+            source_file = application.files.Open("in.s", FILE_MODE_READ);
+            {
+                AssemblerParser parser(&application, source_file, "in.s");
+                parser.ReadAheadFrom(0);
+                ASSERT_EQ(parser.Start(), 0) << application.capture->err;
+                ASSERT_EQ(parser.Resolve(), 0) << application.capture->err;
+                ASSERT_EQ(parser.Write("ahead.tnc", identifier), 0) << application.capture->err;
+            }
+            delete source_file;
+            EXPECT_EQ(application.files.Get("ahead.tnc"), application.files.Get("output.tnc"));
+        }
 
         TaggedFile in(&application.files);
         ASSERT_TRUE(in.Open("output.tnc", FILE_MODE_READ)) << in.error().c_str();

@@ -61,8 +61,6 @@ class ParserRecorder : private SourceHolder, public Parser {
     using Parser::Step;
 
     const char* source() const { return source_text_; }
-    // From which source length on the tokens are read on a second thread.
-    void ReadAheadFrom(int bytes) { read_ahead_from_ = bytes; }
     String& string_value() { return string_value_; }
 
     // Every record, one per line.
@@ -144,9 +142,7 @@ class ParserRecorder : private SourceHolder, public Parser {
         }
         return std::string(text, static_cast<size_t>(length));
     }
-    std::string Quote(const char* text, int length) {
-        return "'" + Text(text, length) + "'";
-    }
+    std::string Quote(const char* text, int length) { return "'" + Text(text, length) + "'"; }
     int Record(const std::string& name, const std::string& arguments) {
         calls.push_back(arguments.empty() ? name : name + " " + arguments);
         auto it = results.find(name);
