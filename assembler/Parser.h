@@ -176,7 +176,7 @@ class Parser {
     friend class ReadAhead;
 
     // Where a quoted string's contents lie and what they decode to; the decoding itself is
-    // left to FillString, so that the tokenizing thread only finds the string's end.
+    // left to TakeString, so that the tokenizing thread only finds the string's end.
     struct StringScan {
         bool found = false;
         int start = 0;  // the first byte behind the opening quote

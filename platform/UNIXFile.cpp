@@ -222,6 +222,7 @@ int UNIXFile::Read(void* bytes, int count) {
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) {
             SystemError();
+            position_ += done;
             return -1;
         }
         if (n == 0) break;
