@@ -10,6 +10,7 @@
 
 #include "driver/TarnApplication.h"
 #include "driver/lsp/LanguageServer.h"
+#include "foundation/OutOfMemory.h"
 
 namespace {
 
@@ -27,6 +28,9 @@ bool write_all(const std::string& bytes) {
 }  // namespace
 
 int main() {
+    // Memory that runs out ends the server with the one report and status 1, as it ends tnasm,
+    // rather than with an uncaught allocation failure.
+    tarn_report_out_of_memory();
     mpd_ieee_context(&Tarn_MPD_Context, 64);
     // An editor that goes away closes the pipe: the next write then fails and the server ends
     // with status 1, instead of being killed by the signal.

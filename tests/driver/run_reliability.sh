@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # tnasm and tndump against streams, an output naming the source, a source cut short while read,
-# and memory running out. Usage: run_reliability.sh TNASM TNDUMP SANITIZED(0|1)
+# and memory running out (for tnasm-lsp too). Usage:
+# run_reliability.sh TNASM TNDUMP SANITIZED(0|1) TNASM_LSP
 set -u
 TNASM="$(cd "$(dirname "$1")" && pwd)/$(basename "$1")"
 TNDUMP="$(cd "$(dirname "$2")" && pwd)/$(basename "$2")"
+LSP="$(cd "$(dirname "$4")" && pwd)/$(basename "$4")"
 . "$(dirname "$0")/cli_cases.sh"
 SMALL=$'.string s "text"\n.function f\n.local a "a"\npushc s\npopl a\n.endfunction\ncall f\n'
 large() {  # large FUNCTIONS FILE: about 650 bytes a function
@@ -78,5 +80,31 @@ if [ "$3" != 1 ]; then  # a sanitizer's allocator ignores address-space limits
     sweep tnasm out.tnc "$TNASM" -o out.tnc big.s
     sweep tndump none "$TNDUMP" big.tnc
     sweep tndump none "$TNDUMP" --source big.tnc
+
+    # The language server opening the large source, then shutting down: from the least memory
+    # that lets it answer the handshake up, every run either ends normally or in the report.
+    message() { printf 'Content-Length: %d\r\n\r\n%s' "${#1}" "$1"; }
+    text=$(sed 's/\\/\\\\/g; s/"/\\"/g' big.s | awk '{ printf "%s\\n", $0 }')
+    init='{"jsonrpc":"2.0","id":1,"method":"initialize","params":{"capabilities":{}}}'
+    bye='{"jsonrpc":"2.0","id":2,"method":"shutdown"}'
+    leave='{"jsonrpc":"2.0","method":"exit"}'
+    { message "$init"; message "$bye"; message "$leave"; } > hello.rpc
+    { message "$init"
+      message '{"jsonrpc":"2.0","method":"textDocument/didOpen","params":{"textDocument":{"uri":"file:///big.s","languageId":"tnasm","version":1,"text":"'"$text"'"}}}'
+      message "$bye"; message "$leave"; } > open.rpc
+    low=1024 high=262144 runs=0
+    while [ $((high - low)) -gt 512 ]; do
+        kb=$(((low + high) / 2))
+        if (ulimit -v $kb && exec "$LSP" < hello.rpc) > /dev/null 2>&1; then high=$kb; else low=$kb; fi
+    done
+    for ((kb = high; kb < 4194304; kb = kb * 13 / 10, runs++)); do
+        (ulimit -v $kb && exec "$LSP" < open.rpc) > answers.txt 2> err.txt
+        status=$?
+        judge "tnasm-lsp at $kb KB" $status
+        [ $status -eq 0 ] && break
+        [ "$(cat err.txt)" = "$(basename "$LSP"): Out of memory" ] || fail "tnasm-lsp at $kb KB: $(cat err.txt)"
+    done
+    [ $runs -gt 3 ] && [ $kb -lt 4194304 ] || fail "tnasm-lsp: $runs failing runs, last at $kb KB"
+    grep -q '"textDocument/publishDiagnostics"' answers.txt || fail "tnasm-lsp: no diagnostics"
 fi
 report
