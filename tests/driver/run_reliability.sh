@@ -54,16 +54,22 @@ done
 
 # sweep NAME OUTPUT COMMAND...: limits from the least that lets the program start up to the
 # first that is enough; each failing run gives the one report and no file tndump accepts.
+# The program starts up with --version, or reading START when that is set; every run reads
+# FEED (default: nothing) and writes its answers to answers.txt.
 sweep() {
     local name="$1" output="$2" low=1024 high=262144 kb runs=0
     shift 2
     while [ $((high - low)) -gt 512 ]; do
         kb=$(((low + high) / 2))
-        if (ulimit -v $kb && exec "$1" --version) > /dev/null 2>&1; then high=$kb; else low=$kb; fi
+        if [ -n "${START:-}" ]; then
+            (ulimit -v $kb && exec "$@" < "$START") > /dev/null 2>&1
+        else
+            (ulimit -v $kb && exec "$1" --version) > /dev/null 2>&1
+        fi && high=$kb || low=$kb
     done
     for ((kb = high; kb < 4194304; kb = kb * 13 / 10, runs++)); do
         rm -f "$output"
-        (ulimit -v $kb && exec "$@") > /dev/null 2> err.txt
+        (ulimit -v $kb && exec "$@" < "${FEED:-/dev/null}") > answers.txt 2> err.txt
         status=$?
         judge "$name at $kb KB" $status
         [ $status -eq 0 ] && break
@@ -92,19 +98,7 @@ if [ "$3" != 1 ]; then  # a sanitizer's allocator ignores address-space limits
     { message "$init"
       message '{"jsonrpc":"2.0","method":"textDocument/didOpen","params":{"textDocument":{"uri":"file:///big.s","languageId":"tnasm","version":1,"text":"'"$text"'"}}}'
       message "$bye"; message "$leave"; } > open.rpc
-    low=1024 high=262144 runs=0
-    while [ $((high - low)) -gt 512 ]; do
-        kb=$(((low + high) / 2))
-        if (ulimit -v $kb && exec "$LSP" < hello.rpc) > /dev/null 2>&1; then high=$kb; else low=$kb; fi
-    done
-    for ((kb = high; kb < 4194304; kb = kb * 13 / 10, runs++)); do
-        (ulimit -v $kb && exec "$LSP" < open.rpc) > answers.txt 2> err.txt
-        status=$?
-        judge "tnasm-lsp at $kb KB" $status
-        [ $status -eq 0 ] && break
-        [ "$(cat err.txt)" = "$(basename "$LSP"): Out of memory" ] || fail "tnasm-lsp at $kb KB: $(cat err.txt)"
-    done
-    [ $runs -gt 3 ] && [ $kb -lt 4194304 ] || fail "tnasm-lsp: $runs failing runs, last at $kb KB"
+    START=hello.rpc FEED=open.rpc sweep "$(basename "$LSP")" none "$LSP"
     grep -q '"textDocument/publishDiagnostics"' answers.txt || fail "tnasm-lsp: no diagnostics"
 fi
 report
